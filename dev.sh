@@ -1,0 +1,71 @@
+#!/usr/bin/env bash
+# One entry point for people and CI:
+#   ./dev.sh demo    build optimised and run the example
+#   ./dev.sh test    build with sanitizers and run every test
+#   ./dev.sh bench   build optimised and run the benchmarks [filter]
+#   ./dev.sh fuzz    build the fuzz targets with clang and run them [seconds]
+# Each installs the Debian packages it needs first.
+set -euo pipefail
+cd "$(dirname "$0")"
+
+jobs=$(nproc 2>/dev/null || echo 2)
+
+need() {
+  local missing=()
+  for p in "$@"; do
+    dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'ok installed' || missing+=("$p")
+  done
+  [ ${#missing[@]} -eq 0 ] && return 0
+  echo "installing: ${missing[*]}"
+  local sudo=""
+  [ "$(id -u)" -ne 0 ] && sudo="sudo"
+  $sudo apt-get update -qq
+  DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}"
+}
+
+base=(cmake ninja-build g++ make)
+
+build() {
+  cmake --preset "$1" >/dev/null
+  cmake --build --preset "$1" -j "$jobs"
+}
+
+case "${1:-}" in
+  demo)
+    need "${base[@]}" libbenchmark-dev
+    build release
+    ./build/release/demo
+    ;;
+  test)
+    need "${base[@]}" libgtest-dev libgmock-dev
+    build dev
+    ctest --test-dir build/dev --output-on-failure -j "$jobs" --timeout 600
+    ;;
+  bench)
+    need "${base[@]}" libbenchmark-dev
+    build release
+    shift
+    for b in build/release/bench/bench_*; do
+      [ -x "$b" ] || continue
+      "$b" --benchmark_filter="${1:-.}"
+    done
+    ;;
+  fuzz)
+    need "${base[@]}" clang libclang-rt-14-dev
+    build fuzz
+    secs="${2:-60}"
+    mkdir -p build/fuzz/corpus
+    for f in build/fuzz/fuzz/fuzz_*; do
+      [ -x "$f" ] || continue
+      name=$(basename "$f")
+      corpus=build/fuzz/corpus/$name
+      mkdir -p "$corpus"
+      [ -d "fuzz/seeds/$name" ] && cp -n fuzz/seeds/"$name"/* "$corpus"/ 2>/dev/null || true
+      "$f" "$corpus" -max_total_time="$secs" -rss_limit_mb=2048 -malloc_limit_mb=256 -print_final_stats=1
+    done
+    ;;
+  *)
+    sed -n '2,7p' "$0" | sed 's/^# \{0,1\}//'
+    exit 2
+    ;;
+esac

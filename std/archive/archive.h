@@ -1,0 +1,292 @@
+// The binary archive.
+//
+// A ycArchive is either loading or storing. A persistent class lists its fields
+// once, `ar || a || b`, and the archive reads or writes them by its direction.
+// There are no tags: reader and writer agree on the order of the fields.
+//
+// Stream: a 2-byte header, then the fields.
+//   byte 0  version << 1 | seekable   (version is 1 for everything written here)
+//   byte 1  ordering: 0 most significant byte first, 1 least significant first
+// A reader checks the version (above 1: UnknownArchiveVersion), then the
+// seekable bit against the one it asked for (BadType), then the ordering byte
+// (above 1: BadBuffer); it adopts the stored ordering.
+//
+// Encodings, no padding anywhere ("in order" = in the archive's ordering):
+//   8-bit integers          1 byte
+//   bool                    1 byte, 1 or 0; any non-zero byte reads as true
+//   16/32/64-bit integers   sizeof(T) bytes in order. Persist fixed-width
+//                           types only: plain long is 8 bytes on some platforms.
+//   float, double           their bit patterns, in order
+//   wchar_t                 one UTF-16 unit, 2 bytes in order (above U+FFFF:
+//                           ycBadUnicodeChar)
+//   std::string             length prefix, 22, the bytes, 22
+//   std::wstring            length prefix (UTF-16 units), FF FE, the units as
+//                           2-byte little-endian values whatever the ordering,
+//                           FF FE. Characters above U+FFFF go as surrogate
+//                           pairs, joined again on reading.
+//   std::u32string          4-byte count, always most significant byte first,
+//                           FF FE 00 00, the characters as 4-byte little-endian
+//                           values, FF FE 00 00.
+// The length prefix is one byte below 128, else 0x80 | length >> 8 and then
+// length & 0xFF. A string longer than 32767 is a failed assertion and is then
+// written anyway with the truncated prefix.
+//
+// Reading strings: a narrow and a wide target each accept either kind. A wide
+// string whose marker reads FE FF has byte-swapped units. For a 32-bit string
+// the marker is read as a 32-bit value in the archive's ordering: 0x0000FEFF
+// means as written, 0xFFFE0000 that each character's two middle bytes are
+// exchanged (b0 b1 b2 b3 -> b0 b2 b1 b3). So in an archive of ordering 0 a
+// character from U+0100 up does not come back as it was stored (U+1234 reads
+// as 0x00120034); store 32-bit strings with ordering 1.
+//
+// Failures: a value cut short by the end of the stream is Eof; a failed write
+// is BadBuffer; inside a string, everything after the length prefix (or the
+// 32-bit count) that is cut short is BadBuffer; a wrong delimiter or marker is
+// BadType. A count read from the stream is checked against what the stream
+// still holds before any memory is taken for it.
+//
+// Containers: a 32-bit count in order, then the elements (a vector of bytes as
+// one raw block, a vector of bool one byte each).
+//
+// Objects (see persist.h): an object record is the marker F1 66 4B DF (the same
+// bytes in either ordering), the canonical type name as a narrow string, and
+// the body. An object reference is a 32-bit tag in order: 0 null, -1 a new
+// object record follows, k > 0 the k-th object record of this archive.
+#ifndef TLVSTD_ARCHIVE_ARCHIVE_H
+#define TLVSTD_ARCHIVE_ARCHIVE_H
+
+#include "std/except/except.h"
+#include "std/util/byteorder.h"
+
+#include <algorithm>
+#include <concepts>
+#include <cstdint>
+#include <ios>
+#include <memory>
+#include <streambuf>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+// Values that travel as their bit pattern in sizeof(T) bytes.
+template <class T>
+concept yc_ArchiveScalar = (std::integral<T> || std::floating_point<T>) && !std::same_as<T, bool> &&
+                           !std::same_as<T, wchar_t> &&
+                           (sizeof(T) == 1 || sizeof(T) == 2 || sizeof(T) == 4 || sizeof(T) == 8);
+
+class yc_ArchiveObjects;
+
+class TLVSTD_API ycArchive {
+public:
+    enum Direction : std::uint8_t { loading = 0, storing = 1 };
+    enum Ordering : std::uint8_t { bigEndian = 0, littleEndian = 1 };
+    using pos = std::int64_t;
+    // Archive failures carry the reporting source and line, or (line 0) a free
+    // text such as "Could not open file: " and the path.
+    class TLVSTD_API Errors : public ycException {
+    public:
+        using ycErrorBase = ycException;
+        const std::wstring& file() const { return file_; }
+        std::int32_t line() const { return line_; }
+
+    protected:
+        Errors() = default;
+        Errors(const char* file, int line);
+        Errors(const wchar_t* file, int line);
+        void message_(std::wostream& os) const override;
+        void dispatchSerialize(ycArchive& ar) override;
+
+    private:
+        std::wstring file_;
+        std::int32_t line_ = 0;
+    };
+
+    ymError(Eof, Errors);
+    ymError(BadBuffer, Errors);
+    ymError(BadType, Errors);
+    ymError(BadContent, Errors);
+    ymError(NotFound, Errors);
+    ymError(Duplicate, Errors);
+    ymError(UnknownVersion, Errors);
+    ymError(BadFile, Errors);
+    ymError(UnknownArchiveVersion, Errors);
+    ymError(CannotWriteToOldArchive, Errors);
+    ymError(NotSeekable, Errors);
+
+    // A class without a registered factory. The type name is for the catcher
+    // and the message; it is not persisted.
+    class TLVSTD_API UnknownType : public Errors {
+    public:
+        using ycErrorBase = Errors;
+        UnknownType() = default;
+        UnknownType(const char* typeName, const char* file, int line)
+            : Errors(file, line), typeName_(typeName ? typeName : "")
+        {
+        }
+        std::string name() const { return typeName_; }
+        std::int32_t errorNumber() const override;
+        void suicideAndRethrow() override;
+
+    protected:
+        void message_(std::wostream& os) const override;
+        void dispatchSerialize(ycArchive& ar) override;
+
+    private:
+        std::string typeName_;
+    };
+
+    virtual ~ycArchive();
+    ycArchive(const ycArchive&) = delete;
+    ycArchive& operator=(const ycArchive&) = delete;
+
+    bool isLoading() const { return direction_ == loading; }
+    bool isStoring() const { return direction_ == storing; }
+    bool isReadOnly() const { return readOnly_; }
+    bool isSeekable() const { return seekable_; }
+    std::uint8_t version() const { return version_; }
+    Ordering ordering() const { return ordering_; }
+    Direction mode() const { return direction_; }
+
+    pos tell();
+    void seek(pos position);
+    void seek(std::int64_t offset, std::ios_base::seekdir whence);
+    // Flushes what was written to the stream.
+    void sync();
+
+    template <yc_ArchiveScalar T>
+    ycArchive& operator||(T& value)
+    {
+        if (isStoring()) {
+            putScalar(value);
+        } else {
+            value = getScalar<T>();
+        }
+        return *this;
+    }
+    ycArchive& operator||(bool& value);
+    ycArchive& operator||(wchar_t& value);
+    ycArchive& operator||(std::string& value);
+    ycArchive& operator||(std::wstring& value);
+    ycArchive& operator||(std::u32string& value);
+
+    // The same transfers without a direction check: << stores, >> loads.
+    template <class T>
+        requires requires(ycArchive& ar, T& v) { ar.operator||(v); }
+    ycArchive& operator<<(const T& value)
+    {
+        T copy(value);
+        return *this || copy;
+    }
+    template <class T>
+        requires requires(ycArchive& ar, T& v) { ar.operator||(v); }
+    ycArchive& operator>>(T& value)
+    {
+        return *this || value;
+    }
+
+    // `n` bytes as they are, no swapping.
+    void raw(char* p, std::int64_t n);
+
+    // Storing only: move the write position on by 1, 2, 4 or 8 bytes, leaving
+    // room that a later seek back fills in.
+    void reserve8() { reserveBytes(1); }
+    void reserveU8() { reserveBytes(1); }
+    void reserve16() { reserveBytes(2); }
+    void reserveU16() { reserveBytes(2); }
+    void reserve32() { reserveBytes(4); }
+    void reserveU32() { reserveBytes(4); }
+    void reserve64() { reserveBytes(8); }
+    void reserveU64() { reserveBytes(8); }
+
+    // Reads a container's element count and checks that the stream can hold
+    // `count` elements of at least `minBytes` each (Eof if not). Returns how
+    // many elements may be reserved up front.
+    std::size_t readCount(std::uint32_t& count, std::size_t minBytes);
+
+protected:
+    // `buffer` is owned by the concrete archive, which calls start() at the
+    // end of its constructor and finish() at the start of its destructor.
+    ycArchive(std::streambuf* buffer, Direction direction, Ordering ordering, bool seekable, bool readOnly);
+    void start();
+    void finish() noexcept;
+
+private:
+    friend class ycPersistent;
+    friend class yc_ArchiveObjects;
+
+    template <class T>
+    void putScalar(T value)
+    {
+        auto bits = yfBitsOf(value);
+        if (swap_) bits = yfByteSwap(bits);
+        putBytes(reinterpret_cast<const char*>(&bits), sizeof bits);
+    }
+    template <class T>
+    T getScalar()
+    {
+        yc_UnsignedOf<T> bits;
+        getBytes(reinterpret_cast<char*>(&bits), sizeof bits);
+        if (swap_) bits = yfByteSwap(bits);
+        return yfFromBits<T>(bits);
+    }
+
+    // A short write is BadBuffer, a short read Eof (or BadBuffer inside a string).
+    void putBytes(const char* p, std::size_t n)
+    {
+        if (static_cast<std::size_t>(buffer_->sputn(p, static_cast<std::streamsize>(n))) != n) failWrite();
+    }
+    void getBytes(char* p, std::size_t n)
+    {
+        if (static_cast<std::size_t>(buffer_->sgetn(p, static_cast<std::streamsize>(n))) != n) failEof();
+    }
+    void getStringBytes(char* p, std::size_t n);
+    [[noreturn]] void failWrite();
+    [[noreturn]] void failEof();
+
+    void putLengthPrefix(std::size_t length);
+    std::size_t getLengthPrefix();
+    // Reads a stored string of either kind, as bytes or as UTF-16 units.
+    // Returns true when the stored string was wide.
+    bool readString(std::string& narrow, std::u16string& wide);
+    void reserveBytes(std::int64_t n);
+    // Bytes between the read position and the end; the largest value when the
+    // stream cannot tell.
+    std::uint64_t bytesLeft();
+    yc_ArchiveObjects& objects();
+
+    std::streambuf* buffer_;
+    bool readOnly_;
+    Direction direction_;
+    Ordering ordering_;
+    bool swap_ = false;
+    bool seekable_;
+    std::uint8_t version_ = 1;
+    std::unique_ptr<yc_ArchiveObjects> objects_;
+};
+
+// Containers: a 32-bit count, then the elements.
+template <class T>
+    requires requires(ycArchive& ar, T& v) { ar || v; }
+ycArchive& operator||(ycArchive& ar, std::vector<T>& v)
+{
+    std::uint32_t count = static_cast<std::uint32_t>(v.size());
+    if (ar.isStoring()) {
+        ar || count;
+        for (auto& e : v) ar || e;
+        return ar;
+    }
+    std::size_t room = ar.readCount(count, 1);
+    std::vector<T> out;
+    out.reserve(room);
+    for (std::uint32_t i = 0; i < count; ++i) {
+        T e{};
+        ar || e;
+        out.push_back(std::move(e));
+    }
+    v = std::move(out);
+    return ar;
+}
+TLVSTD_API ycArchive& operator||(ycArchive& ar, std::vector<unsigned char>& v);
+TLVSTD_API ycArchive& operator||(ycArchive& ar, std::vector<bool>& v);
+
+#endif

@@ -1,0 +1,22 @@
+#include "std/archive/filearchive.h"
+
+#include "std/util/text.h"
+
+ycFileArchive::ycFileArchive(const std::wstring& path, Direction direction, Ordering ordering, bool seekable,
+                             bool readOnly)
+    : ycArchive(&file_, direction, ordering, seekable, readOnly)
+{
+    auto mode = std::ios_base::binary | std::ios_base::in;
+    if (direction == storing) {
+        mode |= std::ios_base::out | std::ios_base::trunc;
+    } else if (!readOnly) {
+        mode |= std::ios_base::out;
+    }
+    if (!file_.open(yfPath(path), mode)) throw BadFile((L"Could not open file: " + path).c_str(), 0);
+    start();
+}
+
+ycFileArchive::~ycFileArchive()
+{
+    finish();
+}

@@ -1,0 +1,141 @@
+#include "std/archive/persist.h"
+
+#include "std/archive/objects.h"
+#include "std/util/assert.h"
+
+#include <set>
+#include <utility>
+#include <vector>
+
+namespace {
+
+constexpr const char* kSourceName = ycSource::archive;
+
+using VisitedSet = std::set<std::pair<const void*, std::size_t>>;
+
+// One visited set per whole-object transfer in progress on this thread; a
+// nested transfer pushes its own.
+thread_local std::vector<VisitedSet> tVisited;
+
+class VisitedScope {
+public:
+    explicit VisitedScope(const void* object) : object_(object) { tVisited.emplace_back().emplace(object, 0); }
+    ~VisitedScope() { tVisited.pop_back(); }
+    VisitedScope(const VisitedScope&) = delete;
+    VisitedScope& operator=(const VisitedScope&) = delete;
+    bool holdsSeed() const { return tVisited.back().count({object_, 0}) == 1; }
+
+private:
+    const void* object_;
+};
+
+constexpr std::int32_t kNullTag = 0;
+constexpr std::int32_t kNewTag = -1;
+
+} // namespace
+
+ycPersistent::~ycPersistent()
+{
+    mutating();
+    if (loaded_) yc_ArchiveObjects::forget(this, true);
+}
+
+void ycPersistent::mutating() noexcept
+{
+    if (!stored_) return;
+    yc_ArchiveObjects::forget(this, false);
+    stored_ = false;
+}
+
+bool ycPersistent::haveVisited(const void* address, std::size_t size)
+{
+    return !tVisited.empty() && tVisited.back().count({address, size}) != 0;
+}
+
+void ycPersistent::setVisited(const void* address, std::size_t size)
+{
+    if (!tVisited.empty()) tVisited.back().emplace(address, size);
+}
+
+void ycPersistent::transferVersion(ycArchive& ar, std::uint8_t& version)
+{
+    ar || version;
+}
+
+void ycPersistent::unknownVersion(const char* file, int line)
+{
+    throw ycArchive::UnknownVersion(file, line);
+}
+
+void ycPersistent::dispatchSerialize(ycArchive& ar)
+{
+    serializeLevel(ar, this, 0, [](std::uint8_t version) {
+        if (version != 0) unknownVersion(kSourceName, __LINE__);
+    });
+}
+
+void ycPersistent::serialize(ycArchive& ar, bool reInitFirst)
+{
+    if (ar.isLoading() && reInitFirst) reInit();
+    VisitedScope scope(this);
+    dispatchSerialize(ar);
+    ymAssert(scope.holdsSeed());
+}
+
+void ycPersistent::serializeObject(ycArchive& ar, ycPersistent& object)
+{
+    if (ar.isStoring()) {
+        ar.objects().writeRecord(object);
+    } else {
+        ar.objects().readRecordInto(object);
+    }
+}
+
+std::unique_ptr<ycPersistent> ycPersistent::readObject(ycArchive& ar)
+{
+    return ar.objects().readRecord();
+}
+
+void ycPersistent::serializePointer(ycArchive& ar, ycPersistent* in, ycPersistent*& out)
+{
+    yc_ArchiveObjects& objects = ar.objects();
+    if (ar.isStoring()) {
+        std::int32_t tag = in == nullptr ? kNullTag : objects.idOf(in);
+        if (in != nullptr && tag == 0) tag = kNewTag;
+        ar || tag;
+        if (tag == kNewTag) objects.writeRecord(*in);
+        out = in;
+        return;
+    }
+    std::int32_t tag = 0;
+    ar || tag;
+    if (tag == kNullTag) {
+        out = nullptr;
+    } else if (tag == kNewTag) {
+        out = objects.readRecord().release();
+    } else {
+        ycPersistent* known = tag > 0 ? objects.find(tag) : nullptr;
+        if (!known) throw ycArchive::BadContent(kSourceName, __LINE__);
+        out = known;
+    }
+}
+
+ycArchive& operator||(ycArchive& ar, ycPersistent& object)
+{
+    ycPersistent::serializeObject(ar, object);
+    return ar;
+}
+
+ycArchive& operator<<(ycArchive& ar, const ycPersistent& object)
+{
+    ymAssert(ar.isStoring());
+    ycPersistent::serializeObject(ar, const_cast<ycPersistent&>(object));
+    return ar;
+}
+
+ycArchive& operator>>(ycArchive& ar, ycPersistent& object)
+{
+    ymAssert(ar.isLoading());
+    ycPersistent::serializeObject(ar, object);
+    return ar;
+}
