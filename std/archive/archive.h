@@ -169,21 +169,6 @@ public:
     ycArchive& operator||(std::wstring& value);
     ycArchive& operator||(std::u32string& value);
 
-    // The same transfers without a direction check: << stores, >> loads.
-    template <class T>
-        requires requires(ycArchive& ar, T& v) { ar.operator||(v); }
-    ycArchive& operator<<(const T& value)
-    {
-        T copy(value);
-        return *this || copy;
-    }
-    template <class T>
-        requires requires(ycArchive& ar, T& v) { ar.operator||(v); }
-    ycArchive& operator>>(T& value)
-    {
-        return *this || value;
-    }
-
     // `n` bytes as they are, no swapping.
     void raw(char* p, std::int64_t n);
 
@@ -288,5 +273,21 @@ ycArchive& operator||(ycArchive& ar, std::vector<T>& v)
 }
 TLVSTD_API ycArchive& operator||(ycArchive& ar, std::vector<unsigned char>& v);
 TLVSTD_API ycArchive& operator||(ycArchive& ar, std::vector<bool>& v);
+
+// The same transfers without a direction check: << stores, >> loads. (Whole
+// persistent objects have checked forms of their own, see persist.h.)
+template <class T>
+concept yc_ArchiveValue = !std::derived_from<T, ycPersistent> && requires(ycArchive& ar, T& v) { ar || v; };
+
+template <yc_ArchiveValue T>
+ycArchive& operator<<(ycArchive& ar, const T& value)
+{
+    return ar || const_cast<T&>(value); // storing only reads the value
+}
+template <yc_ArchiveValue T>
+ycArchive& operator>>(ycArchive& ar, T& value)
+{
+    return ar || value;
+}
 
 #endif
