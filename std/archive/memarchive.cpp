@@ -3,6 +3,8 @@
 #include "std/util/assert.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <new>
 #include <cstring>
 #include <limits>
 
@@ -10,99 +12,84 @@ namespace {
 constexpr const char* kSourceName = ycSource::archive;
 }
 
-yc_MemoryBuffer::yc_MemoryBuffer(const char* data, std::size_t size) : block_(data), size_(size)
+yc_MemoryBuffer::yc_MemoryBuffer(const char* data, std::size_t size) : data_(const_cast<char*>(data)), size_(size)
 {
-    char* p = const_cast<char*>(data); // the get area is only read
-    setg(p, p, p + size);
+    setg(data_, data_, data_ + size_); // the get area is only read
 }
 
-std::span<const char> yc_MemoryBuffer::bytes() const
+yc_MemoryBuffer::~yc_MemoryBuffer()
 {
-    return {block_ ? block_ : own_.data(), end()};
+    if (capacity_) std::free(data_);
 }
 
 std::size_t yc_MemoryBuffer::end() const
 {
-    if (!pbase()) return size_;
-    return std::max(size_, static_cast<std::size_t>(pptr() - pbase()));
+    return std::max(size_, putAt());
 }
 
-void yc_MemoryBuffer::setAreas(std::size_t getAt, std::size_t putAt)
+void yc_MemoryBuffer::setAreas(std::size_t get, std::size_t put)
 {
-    size_ = std::max(size_, putAt);
-    if (block_) {
-        char* p = const_cast<char*>(block_);
-        setg(p, p + getAt, p + size_);
-        return;
-    }
-    setg(base(), base() + getAt, base() + size_);
-    setp(base(), base() + own_.size());
+    size_ = std::max(size_, put);
+    setg(data_, data_ + get, data_ + size_);
+    if (!capacity_) return;
+    setp(data_, data_ + capacity_);
     // pbump takes an int: advance in steps for very large buffers.
-    for (std::size_t left = putAt; left > 0;) {
+    for (std::size_t left = put; left > 0;) {
         auto step = static_cast<int>(std::min<std::size_t>(left, std::numeric_limits<int>::max()));
         pbump(step);
         left -= static_cast<std::size_t>(step);
     }
 }
 
-void yc_MemoryBuffer::makeWritable(std::size_t capacity)
+void yc_MemoryBuffer::reserve(std::size_t capacity)
 {
-    std::size_t getAt = static_cast<std::size_t>(gptr() - eback());
-    std::size_t putAt = pbase() ? static_cast<std::size_t>(pptr() - pbase()) : 0;
-    std::size_t held = end();
-    if (block_) {
-        own_.assign(block_, block_ + size_);
-        block_ = nullptr;
-    }
-    if (capacity > own_.size()) own_.resize(std::max({capacity, own_.size() * 2, std::size_t(256)}));
+    std::size_t get = getAt(), put = putAt(), held = end();
+    if (capacity <= capacity_) return;
+    std::size_t grown = std::max({capacity, capacity_ * 2, std::size_t(256)});
+    char* fresh = static_cast<char*>(capacity_ ? std::realloc(data_, grown) : std::malloc(grown));
+    if (!fresh) throw std::bad_alloc();
+    if (!capacity_ && held) std::memcpy(fresh, data_, held); // leave the caller's block
+    data_ = fresh;
+    capacity_ = grown;
     size_ = held;
-    setAreas(getAt, putAt);
+    setAreas(get, put);
 }
 
 yc_MemoryBuffer::int_type yc_MemoryBuffer::overflow(int_type c)
 {
     if (traits_type::eq_int_type(c, traits_type::eof())) return traits_type::not_eof(c);
-    std::size_t putAt = pbase() ? static_cast<std::size_t>(pptr() - pbase()) : 0;
-    makeWritable(putAt + 1);
-    *pptr() = traits_type::to_char_type(c);
-    pbump(1);
+    char byte = traits_type::to_char_type(c);
+    xsputn(&byte, 1);
     return c;
 }
 
 std::streamsize yc_MemoryBuffer::xsputn(const char* s, std::streamsize n)
 {
     auto count = static_cast<std::size_t>(n);
-    if (!pbase() || static_cast<std::size_t>(epptr() - pptr()) < count) {
-        std::size_t putAt = pbase() ? static_cast<std::size_t>(pptr() - pbase()) : 0;
-        makeWritable(putAt + count);
-    }
+    if (!pbase() || static_cast<std::size_t>(epptr() - pptr()) < count) reserve(putAt() + count);
     std::memcpy(pptr(), s, count);
-    pbump(static_cast<int>(count)); // callers write at most a few MiB at a time
+    if (count <= static_cast<std::size_t>(std::numeric_limits<int>::max())) {
+        pbump(static_cast<int>(count));
+    } else {
+        setAreas(getAt(), putAt() + count);
+    }
     return n;
 }
 
 yc_MemoryBuffer::int_type yc_MemoryBuffer::underflow()
 {
-    std::size_t held = end();
-    std::size_t getAt = static_cast<std::size_t>(gptr() - eback());
-    if (getAt >= held) return traits_type::eof();
-    const char* first = block_ ? block_ : own_.data();
-    char* p = const_cast<char*>(first);
-    size_ = held;
-    setg(p, p + getAt, p + held);
-    return traits_type::to_int_type(*gptr());
+    std::size_t get = getAt();
+    setAreas(get, putAt());
+    return get < size_ ? traits_type::to_int_type(*gptr()) : traits_type::eof();
 }
 
 std::streamsize yc_MemoryBuffer::xsgetn(char* s, std::streamsize n)
 {
-    std::size_t avail = static_cast<std::size_t>(egptr() - gptr());
-    if (avail < static_cast<std::size_t>(n)) {
-        if (traits_type::eq_int_type(underflow(), traits_type::eof())) return 0;
-        avail = static_cast<std::size_t>(egptr() - gptr());
-    }
-    std::size_t count = std::min(avail, static_cast<std::size_t>(n));
+    auto count = static_cast<std::size_t>(n);
+    if (static_cast<std::size_t>(egptr() - gptr()) < count) underflow();
+    count = std::min(count, static_cast<std::size_t>(egptr() - gptr()));
     std::memcpy(s, gptr(), count);
-    gbump(static_cast<int>(count));
+    setg(eback(), gptr() + count, egptr());
     return static_cast<std::streamsize>(count);
 }
 
@@ -110,13 +97,8 @@ yc_MemoryBuffer::pos_type yc_MemoryBuffer::seekoff(off_type off, std::ios_base::
                                                    std::ios_base::openmode which)
 {
     bool out = (which & std::ios_base::out) != 0;
-    off_type from = 0;
-    if (dir == std::ios_base::cur) {
-        from = out ? (pbase() ? pptr() - pbase() : 0) : gptr() - eback();
-    } else if (dir == std::ios_base::end) {
-        from = static_cast<off_type>(end());
-    }
-    return seekpos(pos_type(from + off), which);
+    std::size_t from = dir == std::ios_base::beg ? 0 : dir == std::ios_base::end ? end() : out ? putAt() : getAt();
+    return seekpos(pos_type(static_cast<off_type>(from) + off), which);
 }
 
 yc_MemoryBuffer::pos_type yc_MemoryBuffer::seekpos(pos_type pos, std::ios_base::openmode which)
@@ -124,26 +106,20 @@ yc_MemoryBuffer::pos_type yc_MemoryBuffer::seekpos(pos_type pos, std::ios_base::
     off_type at = pos;
     if (at < 0) return pos_type(off_type(-1));
     auto target = static_cast<std::size_t>(at);
-    std::size_t getAt = static_cast<std::size_t>(gptr() - eback());
-    std::size_t putAt = pbase() ? static_cast<std::size_t>(pptr() - pbase()) : 0;
+    std::size_t get = getAt(), put = putAt();
     if (which & std::ios_base::out) {
         // Seeking past the end makes the room real, as zero bytes.
-        if (block_ || target > own_.size()) makeWritable(target);
-        size_ = std::max(end(), target);
-        putAt = target;
+        std::size_t held = end();
+        reserve(target);
+        if (target > held) std::memset(data_ + held, 0, target - held);
+        size_ = std::max(held, target);
+        put = target;
     }
     if (which & std::ios_base::in) {
         if (target > end()) return pos_type(off_type(-1));
-        getAt = target;
+        get = target;
     }
-    std::size_t held = end();
-    size_ = held;
-    if (block_) {
-        char* p = const_cast<char*>(block_);
-        setg(p, p + getAt, p + held);
-    } else if (!own_.empty()) {
-        setAreas(getAt, putAt);
-    }
+    setAreas(get, put);
     return pos;
 }
 

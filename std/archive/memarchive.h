@@ -16,15 +16,19 @@
 #include <vector>
 
 // A stream buffer over memory that reads and writes the same bytes, seeks
-// anywhere inside them, and grows with zero bytes when a write or a seek goes
-// past the end.
+// anywhere inside them, and grows with zero bytes when a seek goes past the
+// end. Its own storage grows in place where the allocator can (realloc), so a
+// large archive is not copied and touched again at every doubling.
 class TLVSTD_API yc_MemoryBuffer : public std::streambuf {
 public:
     yc_MemoryBuffer() = default;
     // Reads `size` bytes at `data` in place; the first write copies them.
     yc_MemoryBuffer(const char* data, std::size_t size);
+    ~yc_MemoryBuffer() override;
+    yc_MemoryBuffer(const yc_MemoryBuffer&) = delete;
+    yc_MemoryBuffer& operator=(const yc_MemoryBuffer&) = delete;
 
-    std::span<const char> bytes() const;
+    std::span<const char> bytes() const { return {data_, end()}; }
 
 protected:
     int_type overflow(int_type c) override;
@@ -35,14 +39,16 @@ protected:
     pos_type seekpos(pos_type pos, std::ios_base::openmode which) override;
 
 private:
-    char* base() { return own_.data(); }
     std::size_t end() const; // bytes held, including what the put area added
-    void makeWritable(std::size_t capacity);
-    void setAreas(std::size_t getAt, std::size_t putAt);
+    std::size_t putAt() const { return pbase() ? static_cast<std::size_t>(pptr() - pbase()) : 0; }
+    std::size_t getAt() const { return static_cast<std::size_t>(gptr() - eback()); }
+    // Owns at least `capacity` bytes, keeping what is held and both positions.
+    void reserve(std::size_t capacity);
+    void setAreas(std::size_t get, std::size_t put);
 
-    std::vector<char> own_;
-    const char* block_ = nullptr; // the caller's bytes, until the first write
-    std::size_t size_ = 0;
+    char* data_ = nullptr;
+    std::size_t size_ = 0;     // bytes held, as of the last area update
+    std::size_t capacity_ = 0; // 0 while reading the caller's block in place
 };
 
 class TLVSTD_API ycMemoryArchive : public ycArchive {
