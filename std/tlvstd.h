@@ -47,6 +47,7 @@
 #include "std/util/charcode.h"
 #include "std/util/debug.h"
 #include "std/util/devenv.h"
+#include "std/util/handle.h"
 #include "std/util/dictionary.h"
 #include "std/util/filesys.h"
 #include "std/util/numeric.h"

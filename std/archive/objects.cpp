@@ -34,9 +34,18 @@ yc_ArchiveObjects::yc_ArchiveObjects(ycArchive& ar) : ar_(ar)
 
 yc_ArchiveObjects::~yc_ArchiveObjects()
 {
-    OpenTables& open = openTables();
-    std::lock_guard<std::mutex> guard(open.lock);
-    open.all.erase(std::find(open.all.begin(), open.all.end(), this));
+    {
+        OpenTables& open = openTables();
+        std::lock_guard<std::mutex> guard(open.lock);
+        open.all.erase(std::find(open.all.begin(), open.all.end(), this));
+    }
+    // Outside the lock: a release may destroy an object, which forgets itself.
+    for (auto [object, release] : held_) release(object);
+}
+
+void yc_ArchiveObjects::hold(ycPersistent* object, void (*release)(ycPersistent*))
+{
+    held_.emplace_back(object, release);
 }
 
 void yc_ArchiveObjects::forget(ycPersistent* object, bool destroyed) noexcept

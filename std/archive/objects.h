@@ -16,6 +16,8 @@
 #include <memory>
 #include <string>
 #include <unordered_map>
+#include <utility>
+#include <vector>
 
 class yc_ArchiveObjects {
 public:
@@ -30,6 +32,9 @@ public:
     void readRecordInto(ycPersistent& object);
     // Loading: a record read into a new object made through the registry.
     std::unique_ptr<ycPersistent> readRecord();
+
+    // Keeps a share of a loaded counted object until the archive goes away.
+    void hold(ycPersistent* object, void (*release)(ycPersistent*));
 
     // The reference id of an object already written, or 0.
     std::int32_t idOf(const ycPersistent* object) const;
@@ -48,6 +53,7 @@ private:
     std::int32_t next_ = 1;
     std::unordered_map<const ycPersistent*, std::int32_t> written_;
     std::unordered_map<std::int32_t, ycPersistent*> loaded_;
+    std::vector<std::pair<ycPersistent*, void (*)(ycPersistent*)>> held_;
 };
 
 #endif

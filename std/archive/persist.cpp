@@ -120,6 +120,34 @@ void ycPersistent::serializePointer(ycArchive& ar, ycPersistent* in, ycPersisten
     }
 }
 
+void ycPersistent::serializeCounted(ycArchive& ar, ycPersistent* in, ycPersistent*& out, bool (*isA)(ycPersistent*),
+                                    void (*acquire)(ycPersistent*), void (*release)(ycPersistent*))
+{
+    if (ar.isStoring()) {
+        serializePointer(ar, in, out);
+        return;
+    }
+    yc_ArchiveObjects& objects = ar.objects();
+    std::int32_t tag = 0;
+    ar || tag;
+    if (tag == kNullTag) {
+        out = nullptr;
+        return;
+    }
+    if (tag != kNewTag) {
+        ycPersistent* known = tag > 0 ? objects.find(tag) : nullptr;
+        if (!known) throw ycArchive::BadContent(kSourceName, __LINE__);
+        if (!isA(known)) throw ycArchive::BadType(kSourceName, __LINE__);
+        out = known;
+        return;
+    }
+    std::unique_ptr<ycPersistent> made = objects.readRecord();
+    if (!isA(made.get())) throw ycArchive::BadType(kSourceName, __LINE__);
+    out = made.release();
+    acquire(out);
+    objects.hold(out, release);
+}
+
 ycArchive& operator||(ycArchive& ar, ycPersistent& object)
 {
     ycPersistent::serializeObject(ar, object);

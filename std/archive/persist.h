@@ -56,6 +56,12 @@ public:
     // reference.
     static void serializePointer(ycArchive& ar, ycPersistent* in, ycPersistent*& out);
 
+    // Object reference to a counted object (see yfSerializeHandle): `isA`
+    // checks the loaded type; the archive holds a share of each object it
+    // makes (`acquire`) and gives it back (`release`) when it goes away.
+    static void serializeCounted(ycArchive& ar, ycPersistent* in, ycPersistent*& out, bool (*isA)(ycPersistent*),
+                                 void (*acquire)(ycPersistent*), void (*release)(ycPersistent*));
+
     // Reads one object record and returns the new object it describes.
     static std::unique_ptr<ycPersistent> readObject(ycArchive& ar);
 

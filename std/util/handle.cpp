@@ -1,0 +1,3 @@
+#include "std/util/handle.h"
+
+ycRepBase::~ycRepBase() = default;
