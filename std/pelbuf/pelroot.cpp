@@ -151,7 +151,7 @@ bool yc_PelRoot::contains(const ycPelRect& r) const
 std::int32_t yc_PelRoot::padPelsNeeded(std::int32_t width, std::size_t pelSize, std::int32_t alignModulus)
 {
     ymAssert(alignModulus >= 1);
-    if (alignModulus < 1) return 0;
+    if (alignModulus <= 1) return 0; // pooled roots: every row fits
     // The smallest p with (width + p) * pelSize divisible by the modulus, in
     // unsigned 32-bit arithmetic. While the product stays below 2^32 that is
     // the distance to the next multiple of modulus / gcd(pelSize, modulus);
@@ -256,7 +256,7 @@ void yc_PelRoot::releaseStorage() noexcept
     if (raw_) yfFreePelBlock(std::exchange(raw_, nullptr));
     if (ycPelRootPool* pool = std::exchange(pool_, nullptr)) {
         pool->freeSlot(std::exchange(slot_, {}));
-        if (pool->ycRepBase::refDec() == 0) delete pool;
+        if (std::exchange(poolShare_, false) && pool->ycRepBase::refDec() == 0) delete pool;
     }
     package_.reset();
     width_ = rowUpdate_ = height_ = alignModulus_ = 0;
@@ -318,14 +318,22 @@ void yfDestroyPelRoot(const yc_PelRoot* root)
 {
     if (!root) return;
     auto* r = const_cast<yc_PelRoot*>(root);
-    if (ycPelRootPool* pool = r->pool_) {
-        // The root may hold the pool's last share; keep the pool until the
-        // hand-back is over.
-        ycPtrHandle<ycPelRootPool> keep(pool);
-        pool->release(r);
-    } else {
+    ycPelRootPool* pool = r->pool_;
+    if (!pool) {
         delete r;
+        return;
     }
+    // The root's share of the pool passes to this call, so the pool outlives
+    // the hand-back even when that share was its last.
+    struct Share {
+        ycPelRootPool* pool;
+        ~Share()
+        {
+            if (pool->ycRepBase::refDec() == 0) delete pool;
+        }
+    } share{pool};
+    r->poolShare_ = false;
+    pool->release(r);
 }
 
 // --- ycPelRoot<T> -------------------------------------------------------------

@@ -169,7 +169,8 @@ private:
     bool preIncrement_ = false;
     bool preDecrement_ = false;
     ycPtrHandle<yc_PelPackage> package_;
-    ycPelRootPool* pool_ = nullptr; // holds a share of the pool while set
+    ycPelRootPool* pool_ = nullptr;
+    bool poolShare_ = false; // the root holds a share of pool_
     yc_PelSlot slot_;
 };
 

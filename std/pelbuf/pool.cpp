@@ -77,6 +77,7 @@ void ycPelRootPool::adopt(yc_PelRoot& root, const yc_PelSlot& slot) noexcept
 {
     ycRepBase::refInc();
     root.pool_ = this;
+    root.poolShare_ = true;
     root.slot_ = slot;
 }
 
