@@ -38,19 +38,24 @@
 //   each row's width pels, never the padding: 8-bit pels as one raw block per
 //   row, wider ones pel by pel in the archive's byte order (forms in
 //   peltypes.h). The empty root stores 0, 0, 0 and no pels.
-// Loading never allocates from an unchecked size: a geometry no root can have
-// is ycArchive::BadContent, pels the stream cannot hold are ycArchive::Eof
-// (where the stream cannot tell its length, pels are gathered as they arrive
-// before the root is allocated), and so is padding that would take more than
-// 64 times the stored pels plus 64 KiB.
+// Loading never allocates from an unchecked size: pels the stream cannot
+// hold are ycArchive::Eof (where the stream cannot tell its length, pels are
+// gathered as they arrive and the root is allocated after); a geometry no
+// root can have is ycArchive::BadContent, and so is padding that would take
+// more than 64 times the stored pels plus 64 KiB. A failed load leaves the
+// root empty. Loading into a root replaces its pels with owned ones.
+//
+// ycPersistent is an ordinary base, not a virtual one: no class reaches it
+// twice through a root, and archive references to roots cast statically.
 //
 // Remote roots (pels held by another process, reached through a
 // communicator) come with the remote-call layer; refInc and refDec are where
 // they will tell their server. Local-only operations assert isLocal().
 //
 // Three-plane roots, ycPelRoot<yc3PlanePel>, hold no array of their own but
-// three ycPelRoot<unsigned char> planes of one geometry; pels() gives the
-// three plane pointers.
+// shares of three ycPelRoot<unsigned char> planes of one geometry; pels()
+// gives the three plane pointers. They are owned, wrapped or built over
+// existing planes; packages and pools supply one-array roots only.
 #ifndef TLVSTD_PELBUF_PELROOT_H
 #define TLVSTD_PELBUF_PELROOT_H
 

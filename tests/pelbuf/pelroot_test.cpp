@@ -137,19 +137,7 @@ TYPED_TEST(PelRootTyped, CopiesAndVectors)
     EXPECT_THROW(root.pelsFromVect(ycPelRect(0, 0, 2, 2), values), ycAssertFailure);
 }
 
-TEST(PelRoot, EmptyRoot)
-{
-    ycPelRoot<float> root;
-    EXPECT_EQ(root.width(), 0);
-    EXPECT_EQ(root.height(), 0);
-    EXPECT_EQ(root.rowUpdate(), 0);
-    EXPECT_EQ(root.pels(), nullptr);
-    EXPECT_NO_THROW(root.repInvariant());
-    EXPECT_TRUE(root.contains(ycPelRect(0, 0, 0, 0)));
-    EXPECT_FALSE(root.contains(ycPelRect(0, 0, 1, 1)));
-}
-
-TEST(PelRoot, ContainsTable)
+TEST(PelRoot, ContainsTableAndTheEmptyRoot)
 {
     ycPelRoot<unsigned char> root(10, 5, 4);
     struct Row {
@@ -161,6 +149,15 @@ TEST(PelRoot, ContainsTable)
         {{0x7FFFFFFF, 0, 2, 1}, false},
     };
     for (const Row& row : rows) EXPECT_EQ(root.contains(row.r), row.inside) << row.r.x() << "," << row.r.width();
+
+    const ycPelRoot<float> empty;
+    EXPECT_EQ(empty.width(), 0);
+    EXPECT_EQ(empty.height(), 0);
+    EXPECT_EQ(empty.rowUpdate(), 0);
+    EXPECT_EQ(empty.pels(), nullptr);
+    EXPECT_NO_THROW(empty.repInvariant());
+    EXPECT_TRUE(empty.contains(ycPelRect(0, 0, 0, 0)));
+    EXPECT_FALSE(empty.contains(ycPelRect(0, 0, 1, 1)));
 }
 
 TEST(PelRoot, WrappedMemoryIsNeverFreed)
