@@ -108,6 +108,7 @@ public:
 
     static std::int32_t padPelsNeeded(std::int32_t width, std::size_t pelSize, std::int32_t alignModulus);
 
+    // For remote roots: the next refDec tells the server nothing.
     void setPreDecrement(bool on) { preDecrement_ = on; }
     // Drops the root's share of its package; from then on the pels stay
     // valid only while someone else keeps the package.
@@ -154,8 +155,8 @@ protected:
     static bool checkStoredGeometry(const StoredGeometry& g);
     // Bytes left in the stream, or nothing when it cannot tell.
     static std::optional<std::uint64_t> streamRoom(ycArchive& ar);
-    // Eof when `pelBytes` (plus the flags word) cannot be in the stream;
-    // BadContent when the padded storage is out of proportion.
+    // Eof when `pelBytes` cannot be in the stream; BadContent when the
+    // padded storage is out of proportion.
     static void checkStoredSize(const StoredGeometry& g, std::size_t pelSize, std::size_t planes,
                                 std::uint64_t pelBytes, std::optional<std::uint64_t> room);
     // The flags word; tells how many scratch values follow.
@@ -171,6 +172,7 @@ private:
     friend void yfDestroyPelRoot(const yc_PelRoot* root);
 
     void* raw_ = nullptr; // the owned block, as the allocator gave it
+    // Remote roots only: the next count change needs no remote call.
     bool preIncrement_ = false;
     bool preDecrement_ = false;
     ycPtrHandle<yc_PelPackage> package_;

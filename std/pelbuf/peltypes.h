@@ -61,6 +61,7 @@ struct ycPackedRGB32Pel {
     unsigned char fourth = 0;
 
     constexpr ycPackedRGB32Pel() = default;
+    // Colours in the usual red, green, blue order.
     constexpr ycPackedRGB32Pel(unsigned char r, unsigned char g, unsigned char b, unsigned char x = 0)
         : blue(b), green(g), red(r), fourth(x)
     {
