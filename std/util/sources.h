@@ -18,6 +18,7 @@ inline constexpr const char* shapes = "std/shapes/shapes";
 inline constexpr const char* affrect = "std/shapes/affrect";
 inline constexpr const char* vector = "std/math/vector";
 inline constexpr const char* matrix = "std/math/matrix";
+inline constexpr const char* range = "std/math/range";
 inline constexpr const char* xform = "std/math/xform";
 inline constexpr const char* xfbase = "std/math/xfbase";
 inline constexpr const char* xflinear = "std/math/xflinear";
