@@ -1,7 +1,5 @@
 #include "std/math/xfcache.h"
 
-#include "std/pelbuf/pbuf_com.h"
-
 namespace {
 // Shared by every new cache; never destroyed, so caches that die at exit can
 // still let go of it.

@@ -22,6 +22,7 @@
 
 #include "std/math/xfbase.h"
 #include "std/math/xflinear.h"
+#include "std/pelbuf/pbuf_com.h"
 
 class TLVSTD_API yc2XformCache : public ycPersistent {
 public:
