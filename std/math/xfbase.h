@@ -72,7 +72,9 @@ private:
 class yc2XformLinear;
 class yc_TypeRegistry;
 
-class TLVSTD_API yc2XformBase : public yc_DebugAlloc, public ycRepBase, public ycPersistent {
+// ycPersistent comes first: archives hand loaded objects back as ycPersistent*,
+// and at offset 0 the conversion is free of pointer adjustment.
+class TLVSTD_API yc2XformBase : public ycPersistent, public ycRepBase, public yc_DebugAlloc {
 public:
     ~yc2XformBase() override;
 
