@@ -102,8 +102,6 @@ private:
     virtual void serialize_(ycArchive& ar, std::uint8_t version);
 };
 
-using yc2XformHandle = ycPtrHandle_const<yc2XformBase>;
-
 // Registers the transform classes with the type registry.
 void yf_RegisterMathClasses(yc_TypeRegistry& registry);
 
