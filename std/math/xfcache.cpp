@@ -1,0 +1,92 @@
+#include "std/math/xfcache.h"
+
+namespace {
+// Shared by every new cache; never destroyed, so caches that die at exit can
+// still let go of it.
+const ycPtrHandle_const<yc2XformBase>& sharedIdentity()
+{
+    static auto* identity = new ycPtrHandle_const<yc2XformBase>(new yc2XformLinear());
+    return *identity;
+}
+} // namespace
+
+yc2XformCache::yc2XformCache() : forward_(sharedIdentity()) {}
+
+yc2XformCache::~yc2XformCache() = default;
+
+void yc2XformCache::setForward(ycPtrHandle_const<yc2XformBase> h)
+{
+    bool linear = h->isLinear();
+    yc2XformLinear form = linear ? h->linearXform(ycVector<2>()) : yc2XformLinear();
+    mutating();
+    forward_ = std::move(h);
+    inverse_ = nullptr;
+    linear_ = linear;
+    linearForm_ = form;
+}
+
+void yc2XformCache::xform(const yc2XformBase& x)
+{
+    setForward(x.clone());
+}
+
+void yc2XformCache::xform(const ycPtrHandle_const<yc2XformBase>& h, bool copy)
+{
+    ymAssert(h);
+    if (!h) return;
+    setForward(copy ? ycPtrHandle_const<yc2XformBase>(h->clone()) : h);
+}
+
+const ycPtrHandle_const<yc2XformBase>& yc2XformCache::xformInverse() const
+{
+    if (!inverse_) inverse_ = forward_->inverseBase();
+    return inverse_;
+}
+
+void yc2XformCache::xformInverse(const yc2XformBase& x)
+{
+    auto h = x.clone();
+    mutating();
+    inverse_ = std::move(h);
+}
+
+void yc2XformCache::xformInverse(const ycPtrHandle_const<yc2XformBase>& h, bool copy)
+{
+    ymAssert(h);
+    if (!h) return;
+    auto kept = copy ? ycPtrHandle_const<yc2XformBase>(h->clone()) : h;
+    mutating();
+    inverse_ = std::move(kept);
+}
+
+const yc2XformLinear& yc2XformCache::linearXform() const
+{
+    if (!linear_) throw ycPel::NonlinearXform();
+    return linearForm_;
+}
+
+yc2XformLinear yc2XformCache::linearXformInverse() const
+{
+    if (!linear_) throw ycPel::NonlinearXform();
+    return linearForm_.inverse();
+}
+
+void yc2XformCache::dispatchSerialize(ycArchive& ar)
+{
+    serializeLevel(ar, this, 0, [&](std::uint8_t version) {
+        if (version != 0) unknownVersion(kSourceName, __LINE__);
+        ycPersistent::dispatchSerialize(ar);
+        if (ar.isStoring()) {
+            yfSerializeHandle(ar, forward_);
+            yfSerializeHandle(ar, inverse_);
+            return;
+        }
+        ycPtrHandle_const<yc2XformBase> forward;
+        ycPtrHandle_const<yc2XformBase> inverse;
+        yfSerializeHandle(ar, forward);
+        if (!forward) throw ycArchive::BadContent(kSourceName, __LINE__);
+        yfSerializeHandle(ar, inverse);
+        setForward(std::move(forward));
+        inverse_ = std::move(inverse);
+    });
+}

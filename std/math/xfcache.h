@@ -1,0 +1,64 @@
+// A transform together with its inverse and, when it is linear, its linear
+// form: what a pel buffer keeps as its client-coordinate transform.
+//
+// The inverse is computed on first request (xformInverse()) by the forward
+// transform's inverseBase() and kept; setting a new forward transform drops it
+// and refreshes the linear form. The inverse may also be set explicitly. A new
+// cache holds the identity (one shared object, so no allocation).
+//
+// linearXform() and linearXformInverse() throw ycPel::NonlinearXform when the
+// forward transform is not linear; linearXformInverse() of a singular one
+// throws ycMathError::Singular.
+//
+// The lazy inverse is filled without a lock: one cache must not be used from
+// two threads at once (the transforms it holds may be).
+//
+// Archive form (below the ycPersistent level): version byte 0, the forward
+// transform as an object reference (never null), then the inverse as one
+// (null when not yet computed). The linear flag and form are recomputed on
+// loading. Canonical name "yc2XformCache".
+#ifndef TLVSTD_MATH_XFCACHE_H
+#define TLVSTD_MATH_XFCACHE_H
+
+#include "std/math/xfbase.h"
+#include "std/math/xflinear.h"
+#include "std/pelbuf/pbuf_com.h"
+
+class TLVSTD_API yc2XformCache : public ycPersistent {
+public:
+    yc2XformCache();
+    explicit yc2XformCache(const yc2XformBase& x) { xform(x); }
+    yc2XformCache(const yc2XformCache&) = default;
+    yc2XformCache& operator=(const yc2XformCache&) = default;
+    ~yc2XformCache() override;
+
+    const ycPtrHandle_const<yc2XformBase>& xform() const { return forward_; }
+    // Stores a clone of x.
+    void xform(const yc2XformBase& x);
+    // A null handle is an assertion, and the cache stays as it was.
+    void xform(const ycPtrHandle_const<yc2XformBase>& h, bool copy);
+
+    // The inverse, computed on first use and kept.
+    const ycPtrHandle_const<yc2XformBase>& xformInverse() const;
+    void xformInverse(const yc2XformBase& x);
+    void xformInverse(const ycPtrHandle_const<yc2XformBase>& h, bool copy);
+
+    bool isLinear() const { return linear_; }
+    const yc2XformLinear& linearXform() const;
+    yc2XformLinear linearXformInverse() const;
+
+protected:
+    void dispatchSerialize(ycArchive& ar) override;
+
+private:
+    static constexpr const char* kSourceName = "std/math/xfcache";
+
+    void setForward(ycPtrHandle_const<yc2XformBase> h);
+
+    ycPtrHandle_const<yc2XformBase> forward_;
+    mutable ycPtrHandle_const<yc2XformBase> inverse_;
+    bool linear_ = true;
+    yc2XformLinear linearForm_;
+};
+
+#endif
