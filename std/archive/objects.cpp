@@ -14,6 +14,7 @@ namespace {
 constexpr const char* kSourceName = ycSource::archive;
 constexpr std::int32_t kNullTag = 0;
 constexpr std::int32_t kNewTag = -1;
+constexpr int kMaxDepth = 1000;
 
 std::atomic<std::uint64_t> gLargeObjectSize{kYcLargeSize};
 
@@ -100,17 +101,14 @@ std::int32_t yc_ArchiveObjects::writeRecord(ycPersistent& object)
         throw ycArchive::UnknownType(yfTypeName(typeid(object)).c_str(), kSourceName, __LINE__);
 
     const bool seekable = ar_.isSeekable();
+    const std::int32_t id = seekable ? ar_.index().takeObjectId() : next_++;
     ycArchive::pos at = seekable ? ar_.tell() : 0;
     ar_.putBytes(reinterpret_cast<const char*>(kYcObjectMarker), sizeof kYcObjectMarker);
-    std::int32_t id = 0;
     ycArchive::pos sizeAt = 0;
     if (seekable) {
-        id = ar_.index().takeObjectId();
-        ar_ || id;
+        ar_.putScalar(id);
         sizeAt = ar_.tell();
         ar_.putScalar<std::uint32_t>(0); // filled in once the body is written
-    } else {
-        id = next_++;
     }
     ar_ || name;
     ycArchive::pos bodyAt = seekable ? ar_.tell() : 0;
@@ -190,6 +188,13 @@ std::unique_ptr<ycPersistent> yc_ArchiveObjects::readRecord()
 
 std::unique_ptr<ycPersistent> yc_ArchiveObjects::readRecord(std::int32_t expectedId)
 {
+    // Records inside records recurse: a stream must not be able to exhaust the stack.
+    if (depth_ >= kMaxDepth) throw ycArchive::BadContent(kSourceName, __LINE__);
+    struct Nesting {
+        int& depth;
+        explicit Nesting(int& d) : depth(++d) {}
+        ~Nesting() { --depth; }
+    } nesting(depth_);
     Head head = readHead();
     if (expectedId != 0 && head.id != expectedId) throw ycArchive::BadContent(kSourceName, __LINE__);
     ycFactory factory = yc_TypeRegistry::instance().factory(head.name);

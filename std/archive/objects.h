@@ -65,6 +65,7 @@ private:
 
     ycArchive& ar_;
     std::int32_t next_ = 1; // plain archives number records as they come
+    int depth_ = 0;         // records being loaded inside one another
     std::unordered_map<const ycPersistent*, std::int32_t> written_;
     std::unordered_map<std::int32_t, ycPersistent*> loaded_;
 };
