@@ -266,6 +266,28 @@ TEST(SeekableArchive, ReferencesOfAnObjectLoadedAloneGoThroughTheIndex)
     EXPECT_EQ(asWidget(other).name, "b");
 }
 
+TEST(ObjectNesting, RecordsNestAThousandDeepAndNoDeeper)
+{
+    for (auto [length, loads] : {std::pair{1000, true}, std::pair{1001, false}}) {
+        std::vector<std::unique_ptr<Widget>> chain;
+        for (int i = 0; i < length; ++i)
+            chain.push_back(std::make_unique<Widget>("", i, chain.empty() ? nullptr : chain.back().get()));
+        ycMemoryArchive out;
+        out << *chain.back();
+        auto bytes = out.storage();
+        ycMemoryArchive in(bytes.data(), static_cast<std::int32_t>(bytes.size()));
+        if (!loads) {
+            EXPECT_THROW(ycPersistent::readObject(in), ycArchive::BadContent);
+            continue;
+        }
+        std::unique_ptr<ycPersistent> link = ycPersistent::readObject(in);
+        for (int i = length - 1; i >= 0; --i) {
+            ASSERT_EQ(asWidget(link).count, i);
+            link.reset(std::exchange(asWidget(link).other, nullptr));
+        }
+    }
+}
+
 TEST(SeekableArchive, LargeSizesTakeTheLongForm)
 {
     struct Threshold {
