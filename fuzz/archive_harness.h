@@ -81,12 +81,11 @@ inline void Node::dispatchSerialize(ycArchive& ar)
         if (version != 0) unknownVersion("Node", 0);
         ycPersistent::dispatchSerialize(ar);
         ar || value || label;
+        // Adopted one by one: the second may fail after the first loaded.
         serializePointer(ar, left, left);
+        if (ar.isLoading()) adopt(left);
         serializePointer(ar, right, right);
-        if (ar.isLoading()) {
-            adopt(left);
-            adopt(right);
-        }
+        if (ar.isLoading()) adopt(right);
     });
 }
 
