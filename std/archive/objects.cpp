@@ -218,16 +218,23 @@ std::unique_ptr<ycPersistent> yc_ArchiveObjects::loadIndexed(std::int32_t id)
     return object;
 }
 
-ycPersistent* yc_ArchiveObjects::readReference()
+ycPersistent* yc_ArchiveObjects::readReference(bool* made)
 {
+    if (made) *made = false;
     std::int32_t tag = 0;
     ar_ || tag;
+    std::unique_ptr<ycPersistent> fresh;
     if (tag == kNullTag) return nullptr;
-    if (tag == kNewTag) return readRecord().release();
-    if (tag > 0) {
+    if (tag == kNewTag) {
+        fresh = readRecord();
+    } else if (tag > 0) {
         if (ycPersistent* known = find(tag)) return known;
         // A seekable archive read from the middle: the object is further back.
-        if (ar_.isSeekable() && ar_.index().objects.count(tag)) return loadIndexed(tag).release();
+        if (!ar_.isSeekable() || !ar_.index().objects.count(tag)) throw ycArchive::BadContent(kSourceName, __LINE__);
+        fresh = loadIndexed(tag);
+    } else {
+        throw ycArchive::BadContent(kSourceName, __LINE__);
     }
-    throw ycArchive::BadContent(kSourceName, __LINE__);
+    if (made) *made = true;
+    return fresh.release();
 }

@@ -37,8 +37,9 @@ public:
     void readRecordInto(ycPersistent& object);
     // Loading: a record read into a new object made through the registry.
     std::unique_ptr<ycPersistent> readRecord();
-    // Loading: what writeReference wrote. New objects belong to the caller.
-    ycPersistent* readReference();
+    // Loading: what writeReference wrote. New objects belong to the caller;
+    // `made` tells whether this reference made one.
+    ycPersistent* readReference(bool* made = nullptr);
     // Loading, seekable: a new object from the record of `id`, found through
     // the index; the read position is kept.
     std::unique_ptr<ycPersistent> loadIndexed(std::int32_t id);
