@@ -193,6 +193,7 @@ public:
 
     pos tell();
     void seek(pos position);
+    // In a seekable archive the end is where the data ends: the index is not data.
     void seek(std::int64_t offset, std::ios_base::seekdir whence);
     // Flushes what was written to the stream; a storing seekable archive first
     // writes its index, so that the stream is a whole archive at this point.
