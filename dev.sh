@@ -54,15 +54,20 @@ case "${1:-}" in
     need "${base[@]}" clang libclang-rt-14-dev
     build fuzz
     secs="${2:-60}"
-    mkdir -p build/fuzz/corpus
+    mkdir -p build/fuzz/corpus build/fuzz/findings
+    found=0
     for f in build/fuzz/fuzz/fuzz_*; do
       [ -x "$f" ] || continue
+      found=1
       name=$(basename "$f")
       corpus=build/fuzz/corpus/$name
       mkdir -p "$corpus"
       [ -d "fuzz/seeds/$name" ] && cp -n fuzz/seeds/"$name"/* "$corpus"/ 2>/dev/null || true
-      "$f" "$corpus" -max_total_time="$secs" -rss_limit_mb=2048 -malloc_limit_mb=256 -print_final_stats=1
+      # A finding stops the run with a non-zero status; its input lands in build/fuzz/findings.
+      "$f" "$corpus" -max_total_time="$secs" -rss_limit_mb=2048 -malloc_limit_mb=256 -print_final_stats=1 \
+        -artifact_prefix=build/fuzz/findings/"$name"-
     done
+    [ "$found" -eq 1 ] || { echo "no fuzz targets were built"; exit 1; }
     ;;
   *)
     sed -n '2,7p' "$0" | sed 's/^# \{0,1\}//'

@@ -1,5 +1,6 @@
 #include "std/archive/archive.h"
 
+#include "std/archive/index.h"
 #include "std/archive/objects.h"
 #include "std/util/assert.h"
 #include "std/util/debug.h"
@@ -58,11 +59,17 @@ void ycArchive::start()
         ordering_ = static_cast<Ordering>(order);
     }
     swap_ = ordering_ != yf_MachineOrdering();
+    if (seekable_ && isStoring()) {
+        index_ = std::make_unique<yc_ArchiveIndex>();
+        high_ = tell();
+        indexDirty_ = true;
+    }
 }
 
 void ycArchive::finish() noexcept
 {
     try {
+        if (indexDirty_ && isLoading()) mode(storing);
         if (isStoring()) sync();
     } catch (const ycException& e) {
         yfDebugLine(L"archive:" + std::to_wstring(__LINE__) +
@@ -84,12 +91,20 @@ void ycArchive::seek(pos position)
 
 void ycArchive::seek(std::int64_t offset, std::ios_base::seekdir whence)
 {
+    if (seekable_) {
+        // The index is not data: the end of a seekable archive is where the data ends.
+        noteHigh();
+        pos from = whence == std::ios_base::beg ? 0 : whence == std::ios_base::cur ? tell() : (index(), high_);
+        rawSeek(from + offset);
+        return;
+    }
     auto which = isStoring() ? std::ios_base::out : std::ios_base::in;
     if (buffer_->pubseekoff(offset, whence, which) == std::streampos(-1)) throw BadBuffer(kSourceName, __LINE__);
 }
 
 void ycArchive::sync()
 {
+    if (indexDirty_ && isStoring()) writeIndex();
     if (buffer_->pubsync() != 0) throw BadBuffer(kSourceName, __LINE__);
 }
 
@@ -290,7 +305,7 @@ void ycArchive::reserveBytes(std::int64_t n)
         return;
     }
     std::int64_t skip = std::min(n, std::max<std::int64_t>(end - here, 0));
-    seek(here + skip);
+    rawSeek(here + skip); // the stream's end may lie past the data: it is not a place the data reached
     static constexpr char zeros[8] = {};
     putBytes(zeros, static_cast<std::size_t>(n - skip));
 }

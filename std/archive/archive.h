@@ -51,7 +51,50 @@
 // Objects (see persist.h): an object record is the marker F1 66 4B DF (the same
 // bytes in either ordering), the canonical type name as a narrow string, and
 // the body. An object reference is a 32-bit tag in order: 0 null, -1 a new
-// object record follows, k > 0 the k-th object record of this archive.
+// object record follows, k > 0 the object record with id k. In a plain archive
+// the records are numbered 1, 2, ... in the order they appear; in a seekable
+// one the id is the one in the record's header.
+//
+// Seekable archives (header bit 0 set) add numbered marks, an id and a size
+// to every object record, and an index at the end, so that a reader finds a
+// mark or an object by number without reading what comes before it. Markers
+// go byte by byte; numbers are in the archive's ordering; a position counts
+// bytes from the start of the stream, header included.
+//
+//   mark record     A7 4D 4B 31, number (int32). A removed mark keeps its
+//                   record with number 0.
+//   object record   F1 66 4B DF, id (int32), size (uint32), type name (narrow
+//                   string), body. The size counts the bytes of the body;
+//                   FF FF FF FF means 4 GiB or more, and the index holds the
+//                   size. A removed object keeps its record with id 0.
+//   pointer record  A7 50 54 52, id (int32): what storeObject writes for an
+//                   object this archive holds already and that has not
+//                   changed since. Pointer records and the references inside
+//                   bodies (tags k > 0) are the archive's pointers; the index
+//                   lists each by the position of its 4-byte id. A removed
+//                   pointer has id 0, a null reference.
+//
+//   index           written where the data ends, by sync() and on closing:
+//     A7 49 44 58
+//     next object id (int32), next mark number (int32): where the automatic
+//         numbering goes on
+//     mark count, object count, pointer count (uint32 each)
+//     marks         number (int32), position of the record (int64); by number
+//     objects       id (int32), position of the record (int64), size (uint32)
+//                   and, when that is FF FF FF FF, 6F 8B 68 45 and the size
+//                   as uint64; by id
+//     pointers      position of the id (int64), id (int32); by position
+//     zero bytes    only where an earlier index of the stream reached further
+//     trailer       index position (int64), A7 45 4E 44: always the stream's
+//                   last 12 bytes
+//
+// A loading archive reads the index at its first seekable operation (a
+// missing trailer is BadType, an index that contradicts itself or the stream
+// BadContent). Appending, ycFileArchive(path, loading, ordering, true, false)
+// and then append(), reads it, writes on from where the data ended (over the
+// old index), and writes the new index after the new data when the archive is
+// synced or closed. Data overwritten in place keeps its index entries: remove
+// a mark or object first when its bytes are to be reused.
 #ifndef TLVSTD_ARCHIVE_ARCHIVE_H
 #define TLVSTD_ARCHIVE_ARCHIVE_H
 
@@ -75,6 +118,7 @@ concept yc_ArchiveScalar = (std::integral<T> || std::floating_point<T>) && !std:
                            (sizeof(T) == 1 || sizeof(T) == 2 || sizeof(T) == 4 || sizeof(T) == 8);
 
 class yc_ArchiveObjects;
+class yc_ArchiveIndex;
 
 class TLVSTD_API ycArchive {
 public:
@@ -149,9 +193,74 @@ public:
 
     pos tell();
     void seek(pos position);
+    // In a seekable archive the end is where the data ends: the index is not data.
     void seek(std::int64_t offset, std::ios_base::seekdir whence);
-    // Flushes what was written to the stream.
+    // Flushes what was written to the stream; a storing seekable archive first
+    // writes its index, so that the stream is a whole archive at this point.
     void sync();
+
+    // Everything below needs a seekable archive (NotSeekable otherwise).
+    // Numbers of marks and ids of objects are 1 to 0x7ffffffe; where a
+    // function returns one, 0 means "none", and a position -1.
+
+    // Switches direction. Each direction keeps its own position: a first
+    // switch to storing starts where the data ends, a first switch to loading
+    // after the header. Storing needs an archive that is not read-only.
+    void mode(Direction direction);
+    // Switches to storing at the end of the data.
+    void append();
+
+    // Marks: numbered places in the stream. A mark number given as 0 is
+    // chosen by the archive (the smallest free one from the starting number
+    // on); a number in use is Duplicate. The current mark is the one last
+    // written, read or found; renumberMark and removeMark act on it.
+    std::int32_t writeNewMark(std::int32_t number = 0);
+    std::int32_t renumberMark(std::int32_t number = 0);
+    void removeMark();
+    // Reads the mark record at the read position (BadType if there is none).
+    void readMark(std::int32_t& number);
+    // Moves to the record of mark `number` (NotFound if absent); readMark or
+    // skipMark then passes it.
+    pos findMark(std::int32_t number);
+    void skipMark();
+    std::int32_t firstMarkNum();
+    std::int32_t lastMarkNum();
+    std::int32_t nextMarkNum(std::int32_t number);
+    std::int32_t prevMarkNum(std::int32_t number);
+    void setStartingNum(std::int32_t number);
+
+    // Objects. storeObject writes an object record and returns its new id, or,
+    // for an object this archive already holds and that has not changed since
+    // (see ycPersistent::mutating), a pointer record to it and its old id.
+    std::int32_t storeObject(ycPersistent* object);
+    // Loads the object record, or the object a pointer record refers to, at
+    // the read position; the caller owns the object.
+    std::unique_ptr<ycPersistent> loadObject();
+    // Moves to the record of object `id` (NotFound if absent).
+    pos findObject(std::int32_t id);
+    std::int32_t firstObjectID();
+    std::int32_t nextObjectID(std::int32_t id);
+    // The id, body size and position of the object record at the read
+    // position, which stays where it is. A size of 4 GiB or more is BadType
+    // here; readObjectHeader64 gives it.
+    void readObjectHeader(std::int32_t& id, std::uint32_t& size, pos& position);
+    void readObjectHeader64(std::int32_t& id, std::uint64_t& size, pos& position);
+    std::string objectTypeName();
+    // Removes the object last stored or found from the index.
+    void removeObject();
+    void setStartingID(std::int32_t id);
+
+    // Pointers, walked in stream order. pointerObjectID(id) makes the current
+    // pointer refer to another stored object; removePointer makes it null.
+    pos firstPointerPos();
+    pos nextPointerPos();
+    std::int32_t pointerObjectID();
+    void pointerObjectID(std::int32_t id);
+    void removePointer();
+
+    // An archive the caller associates with this one; not owned, not used here.
+    ycArchive* secondary();
+    void secondary(ycArchive* other);
 
     template <yc_ArchiveScalar T>
     ycArchive& operator||(T& value)
@@ -198,6 +307,7 @@ protected:
 private:
     friend class ycPersistent;
     friend class yc_ArchiveObjects;
+    friend class yc_ArchiveIndex;
 
     template <class T>
     void putScalar(T value)
@@ -239,6 +349,29 @@ private:
     std::uint64_t bytesLeft();
     yc_ArchiveObjects& objects();
 
+    // Seekable machinery (seekable.cpp).
+    void requireSeekable(int line);
+    // The index, read from the stream at first use when loading.
+    yc_ArchiveIndex& index();
+    yc_ArchiveIndex& seekableIndex(int line)
+    {
+        requireSeekable(line);
+        return index();
+    }
+    // Storing: remembers how far the data reaches before the position moves.
+    void noteHigh();
+    // Moves without noting how far the data reached.
+    void rawSeek(pos position);
+    pos streamEnd();
+    void writeIndex();
+    // Reads 4 bytes at the read position and puts the position back.
+    bool markerAhead(const unsigned char (&marker)[4]);
+    void expectMarker(const unsigned char (&marker)[4]);
+    // Storing: writes `value` at `at`, then returns to where it was.
+    void patch(pos at, std::int32_t value);
+    void patch(pos at, std::uint32_t value);
+    pos objectHeader(std::int32_t& id, std::uint64_t& size, bool& large);
+
     std::streambuf* buffer_;
     bool readOnly_;
     Direction direction_;
@@ -247,6 +380,11 @@ private:
     bool seekable_;
     std::uint8_t version_ = 1;
     std::unique_ptr<yc_ArchiveObjects> objects_;
+    std::unique_ptr<yc_ArchiveIndex> index_;
+    ycArchive* secondary_ = nullptr;
+    pos high_ = 0;              // how far the data reaches (where the index goes)
+    pos saved_[2] = {-1, -1};   // the position of each direction, while the other is in use
+    bool indexDirty_ = false;   // the index must be written back
 };
 
 // Containers: a 32-bit count, then the elements.

@@ -45,7 +45,7 @@ void yc_MemoryBuffer::reserve(std::size_t capacity)
 {
     std::size_t get = getAt(), put = putAt(), held = end();
     if (capacity <= capacity_) return;
-    std::size_t grown = std::max({capacity, capacity_ * 2, std::size_t(256)});
+    std::size_t grown = std::max({capacity, held, capacity_ * 2, std::size_t(256)});
     char* fresh = static_cast<char*>(capacity_ ? std::realloc(data_, grown) : std::malloc(grown));
     if (!fresh) throw std::bad_alloc();
     if (!capacity_ && held) std::memcpy(fresh, data_, held); // leave the caller's block

@@ -1,16 +1,22 @@
 #include "std/archive/objects.h"
 
+#include "std/archive/index.h"
 #include "std/archive/registry.h"
 #include "std/util/assert.h"
 
 #include <algorithm>
+#include <atomic>
 #include <mutex>
 #include <vector>
 
 namespace {
 
 constexpr const char* kSourceName = ycSource::archive;
-constexpr unsigned char kObjectMarker[4] = {0xF1, 0x66, 0x4B, 0xDF};
+constexpr std::int32_t kNullTag = 0;
+constexpr std::int32_t kNewTag = -1;
+constexpr int kMaxDepth = 1000;
+
+std::atomic<std::uint64_t> gLargeObjectSize{kYcLargeSize};
 
 // The open tables. Never destroyed: objects may die at exit after it would be.
 struct OpenTables {
@@ -25,6 +31,11 @@ OpenTables& openTables()
 }
 
 } // namespace
+
+std::uint64_t yf_SetArchiveLargeObjectSize(std::uint64_t bytes)
+{
+    return gLargeObjectSize.exchange(std::min<std::uint64_t>(bytes, kYcLargeSize));
+}
 
 yc_ArchiveObjects::yc_ArchiveObjects(ycArchive& ar) : ar_(ar)
 {
@@ -58,14 +69,19 @@ void yc_ArchiveObjects::forget(ycPersistent* object, bool destroyed) noexcept
     }
 }
 
-void yc_ArchiveObjects::enter(ycPersistent* object)
+void yc_ArchiveObjects::forgetId(std::int32_t id)
 {
     std::lock_guard<std::mutex> guard(openTables().lock);
-    std::int32_t id = next_++;
+    std::erase_if(written_, [id](const auto& entry) { return entry.second == id; });
+}
+
+void yc_ArchiveObjects::enter(ycPersistent* object, std::int32_t id)
+{
+    std::lock_guard<std::mutex> guard(openTables().lock);
     if (ar_.isStoring()) {
         written_[object] = id;
         object->stored_ = true;
-    } else {
+    } else if (id > 0) {
         loaded_[id] = object;
         object->loaded_ = true;
     }
@@ -85,45 +101,149 @@ ycPersistent* yc_ArchiveObjects::find(std::int32_t id) const
     return it == loaded_.end() ? nullptr : it->second;
 }
 
-void yc_ArchiveObjects::writeRecord(ycPersistent& object)
+std::int32_t yc_ArchiveObjects::writeRecord(ycPersistent& object)
 {
     if (ar_.version() == 0) throw ycArchive::CannotWriteToOldArchive(kSourceName, __LINE__);
     const yc_TypeRegistry& registry = yc_TypeRegistry::instance();
     std::string name = registry.nameOf(typeid(object));
     if (name.empty() || !registry.factory(name))
         throw ycArchive::UnknownType(yfTypeName(typeid(object)).c_str(), kSourceName, __LINE__);
-    ar_.putBytes(reinterpret_cast<const char*>(kObjectMarker), sizeof kObjectMarker);
+
+    const bool seekable = ar_.isSeekable();
+    const std::int32_t id = seekable ? ar_.index().takeObjectId() : next_++;
+    ycArchive::pos at = seekable ? ar_.tell() : 0;
+    ar_.putBytes(reinterpret_cast<const char*>(kYcObjectMarker), sizeof kYcObjectMarker);
+    ycArchive::pos sizeAt = 0;
+    if (seekable) {
+        ar_.putScalar(id);
+        sizeAt = ar_.tell();
+        ar_.putScalar<std::uint32_t>(0); // filled in once the body is written
+    }
     ar_ || name;
-    enter(&object);
-    object.serialize(ar_, false);
+    ycArchive::pos bodyAt = seekable ? ar_.tell() : 0;
+    enter(&object, id);
+    try {
+        object.serialize(ar_, false);
+    } catch (...) {
+        // Half a record: nothing may refer to it.
+        std::lock_guard<std::mutex> guard(openTables().lock);
+        written_.erase(&object);
+        throw;
+    }
+    if (seekable) {
+        auto size = static_cast<std::uint64_t>(ar_.tell() - bodyAt);
+        const bool large = size >= gLargeObjectSize.load();
+        ar_.patch(sizeAt, large ? kYcLargeSize : static_cast<std::uint32_t>(size));
+        yc_ArchiveIndex& index = ar_.index();
+        index.objects[id] = {at, size, large};
+        index.currentObject = id;
+    }
+    return id;
 }
 
-std::string yc_ArchiveObjects::readHead()
+void yc_ArchiveObjects::writeReference(ycPersistent* object)
 {
-    unsigned char marker[sizeof kObjectMarker];
-    ar_.getBytes(reinterpret_cast<char*>(marker), sizeof marker);
-    if (!std::equal(marker, marker + sizeof marker, kObjectMarker)) throw ycArchive::BadType(kSourceName, __LINE__);
-    std::string name;
-    ar_ || name;
-    return name;
+    std::int32_t id = object ? idOf(object) : kNullTag;
+    if (object && id == 0) {
+        std::int32_t tag = kNewTag;
+        ar_ || tag;
+        writeRecord(*object);
+        return;
+    }
+    ycArchive::pos at = ar_.isSeekable() ? ar_.tell() : 0;
+    ar_ || id;
+    if (id != kNullTag && ar_.isSeekable()) ar_.index().pointers[at] = id;
+}
+
+std::int32_t yc_ArchiveObjects::storeObject(ycPersistent& object)
+{
+    yc_ArchiveIndex& index = ar_.index();
+    std::int32_t id = idOf(&object);
+    if (id == 0 || !index.objects.count(id)) return writeRecord(object);
+    ar_.putBytes(reinterpret_cast<const char*>(kYcPointerMarker), sizeof kYcPointerMarker);
+    index.pointers[ar_.tell()] = id;
+    ar_ || id;
+    index.currentObject = id;
+    return id;
+}
+
+yc_ArchiveObjects::Head yc_ArchiveObjects::readHead()
+{
+    ar_.expectMarker(kYcObjectMarker);
+    Head head{0, {}};
+    if (ar_.isSeekable()) {
+        std::uint32_t size = 0;
+        ar_ || head.id || size;
+    } else {
+        head.id = next_++;
+    }
+    ar_ || head.name;
+    return head;
 }
 
 void yc_ArchiveObjects::readRecordInto(ycPersistent& object)
 {
-    if (readHead() != yc_TypeRegistry::instance().nameOf(typeid(object)))
+    Head head = readHead();
+    if (head.name != yc_TypeRegistry::instance().nameOf(typeid(object)))
         throw ycArchive::BadType(kSourceName, __LINE__);
-    enter(&object);
+    enter(&object, head.id);
     object.serialize(ar_, true);
 }
 
 std::unique_ptr<ycPersistent> yc_ArchiveObjects::readRecord()
 {
-    std::string name = readHead();
-    ycFactory factory = yc_TypeRegistry::instance().factory(name);
-    if (!factory) throw ycArchive::UnknownType(name.c_str(), kSourceName, __LINE__);
+    return readRecord(0);
+}
+
+std::unique_ptr<ycPersistent> yc_ArchiveObjects::readRecord(std::int32_t expectedId)
+{
+    // Records inside records recurse: a stream must not be able to exhaust the stack.
+    if (depth_ >= kMaxDepth) throw ycArchive::BadContent(kSourceName, __LINE__);
+    struct Nesting {
+        int& depth;
+        explicit Nesting(int& d) : depth(++d) {}
+        ~Nesting() { --depth; }
+    } nesting(depth_);
+    Head head = readHead();
+    if (expectedId != 0 && head.id != expectedId) throw ycArchive::BadContent(kSourceName, __LINE__);
+    ycFactory factory = yc_TypeRegistry::instance().factory(head.name);
+    if (!factory) throw ycArchive::UnknownType(head.name.c_str(), kSourceName, __LINE__);
     std::unique_ptr<ycPersistent> object(factory());
     if (!object) throw std::bad_alloc();
-    enter(object.get());
+    enter(object.get(), head.id);
     object->serialize(ar_, false);
     return object;
+}
+
+std::unique_ptr<ycPersistent> yc_ArchiveObjects::loadIndexed(std::int32_t id)
+{
+    const yc_ArchiveIndex& index = ar_.index();
+    auto it = index.objects.find(id);
+    if (it == index.objects.end()) throw ycArchive::NotFound(kSourceName, __LINE__);
+    ycArchive::pos back = ar_.tell();
+    ar_.rawSeek(it->second.position);
+    std::unique_ptr<ycPersistent> object = readRecord(id);
+    ar_.rawSeek(back);
+    return object;
+}
+
+ycPersistent* yc_ArchiveObjects::readReference(bool* made)
+{
+    if (made) *made = false;
+    std::int32_t tag = 0;
+    ar_ || tag;
+    std::unique_ptr<ycPersistent> fresh;
+    if (tag == kNullTag) return nullptr;
+    if (tag == kNewTag) {
+        fresh = readRecord();
+    } else if (tag > 0) {
+        if (ycPersistent* known = find(tag)) return known;
+        // A seekable archive read from the middle: the object is further back.
+        if (!ar_.isSeekable() || !ar_.index().objects.count(tag)) throw ycArchive::BadContent(kSourceName, __LINE__);
+        fresh = loadIndexed(tag);
+    } else {
+        throw ycArchive::BadContent(kSourceName, __LINE__);
+    }
+    if (made) *made = true;
+    return fresh.release();
 }

@@ -29,9 +29,6 @@ private:
     const void* object_;
 };
 
-constexpr std::int32_t kNullTag = 0;
-constexpr std::int32_t kNewTag = -1;
-
 } // namespace
 
 ycPersistent::~ycPersistent()
@@ -98,25 +95,11 @@ std::unique_ptr<ycPersistent> ycPersistent::readObject(ycArchive& ar)
 
 void ycPersistent::serializePointer(ycArchive& ar, ycPersistent* in, ycPersistent*& out)
 {
-    yc_ArchiveObjects& objects = ar.objects();
     if (ar.isStoring()) {
-        std::int32_t tag = in == nullptr ? kNullTag : objects.idOf(in);
-        if (in != nullptr && tag == 0) tag = kNewTag;
-        ar || tag;
-        if (tag == kNewTag) objects.writeRecord(*in);
+        ar.objects().writeReference(in);
         out = in;
-        return;
-    }
-    std::int32_t tag = 0;
-    ar || tag;
-    if (tag == kNullTag) {
-        out = nullptr;
-    } else if (tag == kNewTag) {
-        out = objects.readRecord().release();
     } else {
-        ycPersistent* known = tag > 0 ? objects.find(tag) : nullptr;
-        if (!known) throw ycArchive::BadContent(kSourceName, __LINE__);
-        out = known;
+        out = ar.objects().readReference();
     }
 }
 
@@ -127,25 +110,16 @@ void ycPersistent::serializeCounted(ycArchive& ar, ycPersistent* in, ycPersisten
         serializePointer(ar, in, out);
         return;
     }
-    yc_ArchiveObjects& objects = ar.objects();
-    std::int32_t tag = 0;
-    ar || tag;
-    if (tag == kNullTag) {
-        out = nullptr;
-        return;
+    bool made = false;
+    std::unique_ptr<ycPersistent> fresh;
+    ycPersistent* object = ar.objects().readReference(&made);
+    if (made) fresh.reset(object);
+    if (object && !isA(object)) throw ycArchive::BadType(kSourceName, __LINE__);
+    out = object;
+    if (made) {
+        acquire(fresh.release());
+        ar.objects().hold(out, release);
     }
-    if (tag != kNewTag) {
-        ycPersistent* known = tag > 0 ? objects.find(tag) : nullptr;
-        if (!known) throw ycArchive::BadContent(kSourceName, __LINE__);
-        if (!isA(known)) throw ycArchive::BadType(kSourceName, __LINE__);
-        out = known;
-        return;
-    }
-    std::unique_ptr<ycPersistent> made = objects.readRecord();
-    if (!isA(made.get())) throw ycArchive::BadType(kSourceName, __LINE__);
-    out = made.release();
-    acquire(out);
-    objects.hold(out, release);
 }
 
 ycArchive& operator||(ycArchive& ar, ycPersistent& object)
