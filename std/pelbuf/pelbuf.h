@@ -79,6 +79,9 @@
 // ycArchive::BadType; a failed load leaves the buffer as it was. Buffers over
 // remote roots are not written (assertion).
 //
+// Not built yet: buffers over remote roots (the communicator constructor)
+// and the form a buffer takes in the remote-call layer's transfer archives.
+//
 // Concurrency: a buffer is not locked. Buffers on one root may live on many
 // threads (the root's count is atomic); writing pels through two of them at
 // once is the caller's affair.
