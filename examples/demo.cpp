@@ -2,6 +2,7 @@
 #include "std/tlvstd.h"
 
 #include <cstdio>
+#include <cwchar>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -68,6 +69,82 @@ void archives()
     }
 }
 
+std::wstring rectText(const ycPelRect& r)
+{
+    return L"(" + std::to_wstring(r.x()) + L", " + std::to_wstring(r.y()) + L") " + std::to_wstring(r.width()) +
+           L" x " + std::to_wstring(r.height());
+}
+
+std::wstring pointText(const ycVector<2>& p)
+{
+    wchar_t text[64];
+    std::swprintf(text, 64, L"(%.2f, %.2f)", p.x(), p.y());
+    return text;
+}
+
+// An 8-bit image: a window with its own coordinates, a client transform in
+// millimetres, pels by image coordinates, and two views of one root through
+// a file archive.
+void images()
+{
+    say(L"-- images");
+    ycPelBuffer<unsigned char> image(640, 480);
+    say(L"new 640 x 480 8-bit buffer: rows padded to " + std::to_wstring(image.alignModulus()) +
+        L" bytes, row update " + std::to_wstring(image.rowUpdate()) + L" pels, " +
+        std::to_wstring(image.refc()) + L" share of its root");
+
+    image.windowRoot(100, 80, 320, 240);
+    image.offset(0, 0);
+    say(L"window " + rectText(image.windowRoot()) + L" of the root, addressed as " + rectText(image.window()));
+
+    // 0.05 mm per pel, with the client origin at the window's centre.
+    image.clientFromImageXform(ycXform<2>(ycMatrix<2>(0.05, 0, 0, 0.05), ycVector<2>(-8, -6)));
+    say(L"client transform: image (0, 0) is " +
+        pointText(image.clientFromImageXformBase()->mapPoint(ycVector<2>(0, 0))) + L" mm, image (320, 240) is " +
+        pointText(image.clientFromImageXformBase()->mapPoint(ycVector<2>(320, 240))) + L" mm");
+
+    for (std::int32_t y = 0; y < image.height(); ++y)
+        for (std::int32_t x = 0; x < image.width(); ++x) image.put(x, y, static_cast<unsigned char>((x + 2 * y) % 256));
+    const ycVector<2> client(2.5, -1.0);
+    const ycPair<std::int32_t> at = image.imageFromClientXformBase()->mapPoint(client).floor();
+    say(L"wrote " + std::to_wstring(image.width() * image.height()) + L" pels; client " + pointText(client) +
+        L" mm is image (" + std::to_wstring(at.x()) + L", " + std::to_wstring(at.y()) + L"), pel " +
+        std::to_wstring(image.get(at)));
+    try {
+        image.get(320, 0);
+    } catch (const ycPel::BadCoord& e) {
+        say(L"reading image (320, 0), just right of the window: " + hexNumber(e) + L" " + e.message(true) +
+            L" at (" + std::to_wstring(e.x()) + L", " + std::to_wstring(e.y()) + L")");
+    }
+
+    ycPelBuffer<unsigned char> detail = image;
+    detail.subWindow(150, 100, 20, 10);
+    say(L"second view " + rectText(detail.window()) + L" on the same root: " + std::to_wstring(image.refc()) +
+        L" shares, overlapping: " + (detail.sharesPels(image) ? L"yes" : L"no"));
+
+    std::filesystem::path dir = std::filesystem::temp_directory_path() / "tlvstd-demo";
+    std::filesystem::create_directories(dir);
+    const std::wstring path = yfWiden((dir / "image.bin").string());
+    {
+        ycFileArchive out(path, ycArchive::storing, ycArchive::littleEndian);
+        out << image << detail;
+    }
+    ycPelBuffer<unsigned char> image2;
+    ycPelBuffer<unsigned char> detail2;
+    {
+        ycFileArchive in(path, ycArchive::loading);
+        in >> image2 >> detail2;
+    }
+    say(L"stored both views (" + std::to_wstring(std::filesystem::file_size(yfPath(path))) +
+        L" bytes) and read them back: one root again: " + (image2.root() == detail2.root() ? L"yes" : L"no") +
+        L", " + std::to_wstring(image2.refc()) + L" shares, windows " + rectText(image2.window()) + L" and " +
+        rectText(detail2.window()));
+    detail2.put(160, 105, 255);
+    say(L"client " + pointText(image2.clientFromImageXformBase()->mapPoint(ycVector<2>(160, 105))) +
+        L" mm after a write through the reloaded second view: pel " + std::to_wstring(image2.get(160, 105)) +
+        L" (was " + std::to_wstring(image.get(160, 105)) + L" in the original)");
+}
+
 } // namespace
 
 int main()
@@ -75,6 +152,7 @@ int main()
     try {
         errors();
         archives();
+        images();
     } catch (const ycException& e) {
         say(L"unexpected: " + e.message(true));
         return 1;

@@ -43,6 +43,8 @@
 #include "std/pelbuf/depthimage.h"
 #include "std/pelbuf/package.h"
 #include "std/pelbuf/pbuf_com.h"
+#include "std/pelbuf/pel3buf.h"
+#include "std/pelbuf/pelbuf.h"
 #include "std/pelbuf/pelfunc.h"
 #include "std/pelbuf/pelrect.h"
 #include "std/pelbuf/pelroot.h"

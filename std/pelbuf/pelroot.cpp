@@ -762,10 +762,13 @@ void ycPelRoot<yc3PlanePel>::load(ycArchive& ar)
 
 // --- registration -------------------------------------------------------------
 
+void yf_RegisterPelBufferClasses(yc_TypeRegistry& registry);
+
 void yf_RegisterPelbufClasses(yc_TypeRegistry& registry)
 {
     ycPelTypes::forEach([&]<class T>(std::type_identity<T>) {
         const std::string name = std::string("ycPelRoot<") + yfPelTypeName<T>() + ">";
         registry.add<ycPelRoot<T>>(name.c_str());
     });
+    yf_RegisterPelBufferClasses(registry);
 }

@@ -169,6 +169,7 @@ protected:
 
 private:
     friend class ycPelRootPool;
+    friend class yc_PelBuffer; // reads the row update on every pel access
     friend void yfDestroyPelRoot(const yc_PelRoot* root);
 
     void* raw_ = nullptr; // the owned block, as the allocator gave it
@@ -244,6 +245,9 @@ protected:
     static void dtorArray(T* p, std::size_t count) noexcept;
 
 private:
+    template <ycPelType U>
+    friend class ycPelBuffer_const; // reads the pels on every pel access
+
     void store(ycArchive& ar);
     void load(ycArchive& ar);
 
