@@ -2,6 +2,7 @@
 # One entry point for people and CI:
 #   ./dev.sh demo    build optimised and run the example
 #   ./dev.sh test    build with sanitizers and run every test
+#   ./dev.sh tsan    build with ThreadSanitizer and run the multi-threaded tests
 #   ./dev.sh bench   build optimised and run the benchmarks [filter]
 #   ./dev.sh fuzz    build the fuzz targets with clang and run them [seconds]
 # Each installs the Debian packages it needs first.
@@ -41,6 +42,11 @@ case "${1:-}" in
     build dev
     ctest --test-dir build/dev --output-on-failure -j "$jobs" --timeout 600
     ;;
+  tsan)
+    need "${base[@]}" libgtest-dev libgmock-dev
+    build tsan
+    ctest --test-dir build/tsan --output-on-failure -j "$jobs" --timeout 600 -R 'ManyThreads'
+    ;;
   bench)
     need "${base[@]}" libbenchmark-dev
     build release
@@ -70,7 +76,7 @@ case "${1:-}" in
     [ "$found" -eq 1 ] || { echo "no fuzz targets were built"; exit 1; }
     ;;
   *)
-    sed -n '2,7p' "$0" | sed 's/^# \{0,1\}//'
+    sed -n '2,8p' "$0" | sed 's/^# \{0,1\}//'
     exit 2
     ;;
 esac
