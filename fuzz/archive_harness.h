@@ -25,6 +25,8 @@
 #include <set>
 #include <stdexcept>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 namespace yc_fuzz {
@@ -33,20 +35,20 @@ struct Finding : std::logic_error {
     using std::logic_error::logic_error;
 };
 
+// Loaded graphs have no single owner, so every object an input produces is
+// kept and freed when the input ends: Nodes in their own list, others here.
+inline std::set<ycPersistent*> adopted;
+inline void adopt(ycPersistent* p);
+
 // A class with references, so that records inside records and references
-// back to earlier ones are read too. Loaded graphs have no single owner, so
-// every object an input produces is kept here and freed when the input ends.
+// back to earlier ones are read too.
 class Node : public ycPersistent {
     ymDeclarePersistent(Node);
 
 public:
-    Node() { live().insert(this); }
-    ~Node() override { live().erase(this); }
-    static std::set<Node*>& live()
-    {
-        static std::set<Node*> nodes;
-        return nodes;
-    }
+    Node() { live.insert(this); }
+    ~Node() override { live.erase(this); }
+    static inline std::set<Node*> live;
 
     std::int32_t value = 0;
     std::string label;
@@ -54,88 +56,58 @@ public:
     ycPersistent* right = nullptr;
 
 protected:
-    void dispatchSerialize(ycArchive& ar) override;
+    void dispatchSerialize(ycArchive& ar) override
+    {
+        serializeLevel(ar, this, 0, [&](std::uint8_t version) {
+            if (version != 0) unknownVersion("Node", 0);
+            ycPersistent::dispatchSerialize(ar);
+            ar || value || label;
+            // Adopted one by one: the second may fail after the first loaded.
+            serializePointer(ar, left, left);
+            if (ar.isLoading()) adopt(left);
+            serializePointer(ar, right, right);
+            if (ar.isLoading()) adopt(right);
+        });
+    }
 };
-
-inline std::set<ycPersistent*>& adopted()
-{
-    static std::set<ycPersistent*> others;
-    return others;
-}
+ymImplementPersistent(Node, "yc_fuzz::Node")
 
 inline void adopt(ycPersistent* p)
 {
-    if (p && !dynamic_cast<Node*>(p)) adopted().insert(p);
+    if (p && !dynamic_cast<Node*>(p)) adopted.insert(p);
 }
 
 inline void freeAll()
 {
-    for (ycPersistent* p : std::set<ycPersistent*>(adopted())) delete p;
-    adopted().clear();
-    while (!Node::live().empty()) delete *Node::live().begin();
+    for (ycPersistent* p : std::exchange(adopted, {})) delete p;
+    while (!Node::live.empty()) delete *Node::live.begin();
 }
 
-inline void Node::dispatchSerialize(ycArchive& ar)
+// The value operations in number order, each with a typical value (the
+// seeds' content); after them come an object record, a reference and raw bytes.
+inline auto sampleValues()
 {
-    serializeLevel(ar, this, 0, [&](std::uint8_t version) {
-        if (version != 0) unknownVersion("Node", 0);
-        ycPersistent::dispatchSerialize(ar);
-        ar || value || label;
-        // Adopted one by one: the second may fail after the first loaded.
-        serializePointer(ar, left, left);
-        if (ar.isLoading()) adopt(left);
-        serializePointer(ar, right, right);
-        if (ar.isLoading()) adopt(right);
-    });
+    return std::tuple{std::int8_t(-5), std::int16_t(-300), std::uint16_t(60000), std::int32_t(123456),
+                      std::int64_t(-1), 1.5f, 2.25, true, L'\u00e9', std::string("text"), std::wstring(L"wide \u00e9"),
+                      std::u32string(U"u32"), std::vector<unsigned char>{1, 2, 3}, std::vector<bool>{true, false},
+                      std::vector<std::int32_t>{7, 8}, std::vector<std::string>{"a", "bc"}};
 }
+using Values = decltype(sampleValues());
+constexpr std::uint8_t opObject = std::tuple_size_v<Values>;
+constexpr std::uint8_t opReference = opObject + 1, opRaw = opObject + 2, opCount = opObject + 3;
 
-ymImplementPersistent(Node, "yc_fuzz::Node")
-
-enum Op : std::uint8_t {
-    opInt8, opInt16, opUInt16, opInt32, opInt64, opFloat, opDouble, opBool, opWChar,
-    opString, opWString, opU32String, opBytes, opBools, opInt32s, opStrings,
-    opObject, opReference, opRaw, opCount
-};
-
-// One of each operation with a typical value: the seeds' content.
+// One of each operation.
 inline void writeOps(ycArchive& ar, ycPersistent& object, ycPersistent& shared)
 {
-    for (std::uint8_t op = 0; op < opCount; ++op) {
-        ar << op;
-        switch (op) {
-        case opInt8: ar << std::int8_t(-5); break;
-        case opInt16: ar << std::int16_t(-300); break;
-        case opUInt16: ar << std::uint16_t(60000); break;
-        case opInt32: ar << std::int32_t(123456); break;
-        case opInt64: ar << std::int64_t(-1); break;
-        case opFloat: ar << 1.5f; break;
-        case opDouble: ar << 2.25; break;
-        case opBool: ar << true; break;
-        case opWChar: ar << L'\u00e9'; break;
-        case opString: ar << std::string("text"); break;
-        case opWString: ar << std::wstring(L"wide \u00e9"); break;
-        case opU32String: ar << std::u32string(U"u32"); break;
-        case opBytes: ar << std::vector<unsigned char>{1, 2, 3}; break;
-        case opBools: ar << std::vector<bool>{true, false}; break;
-        case opInt32s: ar << std::vector<std::int32_t>{7, 8}; break;
-        case opStrings: ar << std::vector<std::string>{"a", "bc"}; break;
-        case opObject: ar << object; break;
-        case opReference: {
-            ycPersistent* p = &shared;
-            ycPersistent::serializePointer(ar, p, p);
-            ycPersistent::serializePointer(ar, p, p); // again: a reference back
-            break;
-        }
-        case opRaw: {
-            std::uint8_t n = 3;
-            char bytes[3] = {'r', 'a', 'w'};
-            ar << n;
-            ar.raw(bytes, n);
-            break;
-        }
-        default: break;
-        }
-    }
+    std::uint8_t op = 0;
+    std::apply([&](const auto&... value) { ((ar << op++ << value), ...); }, sampleValues());
+    ar << opObject << object << opReference;
+    ycPersistent* p = &shared;
+    ycPersistent::serializePointer(ar, p, p);
+    ycPersistent::serializePointer(ar, p, p); // again: a reference back
+    char raw[3] = {'r', 'a', 'w'};
+    ar << opRaw << std::uint8_t(3);
+    ar.raw(raw, 3);
 }
 
 template <class T>
@@ -145,43 +117,32 @@ void readOne(ycArchive& ar)
     ar >> v;
 }
 
+template <class... T>
+void readValue(ycArchive& ar, std::uint8_t op, std::tuple<T...>*)
+{
+    static constexpr void (*readers[])(ycArchive&) = {&readOne<T>...};
+    readers[op](ar);
+}
+
 inline void readOps(ycArchive& ar)
 {
     for (;;) { // each operation takes at least a byte: Eof ends it
         std::uint8_t op = 0;
         ar >> op;
-        switch (op % opCount) {
-        case opInt8: readOne<std::int8_t>(ar); break;
-        case opInt16: readOne<std::int16_t>(ar); break;
-        case opUInt16: readOne<std::uint16_t>(ar); break;
-        case opInt32: readOne<std::int32_t>(ar); break;
-        case opInt64: readOne<std::int64_t>(ar); break;
-        case opFloat: readOne<float>(ar); break;
-        case opDouble: readOne<double>(ar); break;
-        case opBool: readOne<bool>(ar); break;
-        case opWChar: readOne<wchar_t>(ar); break;
-        case opString: readOne<std::string>(ar); break;
-        case opWString: readOne<std::wstring>(ar); break;
-        case opU32String: readOne<std::u32string>(ar); break;
-        case opBytes: readOne<std::vector<unsigned char>>(ar); break;
-        case opBools: readOne<std::vector<bool>>(ar); break;
-        case opInt32s: readOne<std::vector<std::int32_t>>(ar); break;
-        case opStrings: readOne<std::vector<std::string>>(ar); break;
-        case opObject: adopt(ycPersistent::readObject(ar).release()); break;
-        case opReference: {
+        op %= opCount;
+        if (op < opObject) {
+            readValue(ar, op, static_cast<Values*>(nullptr));
+        } else if (op == opObject) {
+            adopt(ycPersistent::readObject(ar).release());
+        } else if (op == opReference) {
             ycPersistent* p = nullptr;
             ycPersistent::serializePointer(ar, nullptr, p);
             adopt(p);
-            break;
-        }
-        case opRaw: {
+        } else {
             std::uint8_t n = 0;
             char bytes[256];
             ar >> n;
             ar.raw(bytes, n);
-            break;
-        }
-        default: break;
         }
     }
 }
@@ -200,52 +161,48 @@ void step(F&& f)
 
 inline void walkSeekable(ycArchive& ar)
 {
-    std::vector<std::int32_t> marks;
+    std::vector<std::int32_t> marks, ids;
+    std::int32_t read = 0;
+    std::uint32_t size = 0;
+    std::uint64_t size64 = 0;
+    ycArchive::pos at = 0;
     step([&] {
         for (std::int32_t n = ar.firstMarkNum(); n != 0; n = ar.nextMarkNum(n)) marks.push_back(n);
     });
     for (std::int32_t n : marks) {
         step([&] {
             ar.findMark(n);
-            std::int32_t read = 0;
             ar.readMark(read);
             ar.prevMarkNum(n);
         });
     }
-    std::vector<std::int32_t> ids;
     step([&] {
         for (std::int32_t id = ar.firstObjectID(); id != 0; id = ar.nextObjectID(id)) ids.push_back(id);
     });
     for (std::int32_t id : ids) {
         step([&] {
             ar.findObject(id);
-            std::int32_t readId = 0;
-            std::uint64_t size = 0;
-            ycArchive::pos at = 0;
-            ar.readObjectHeader64(readId, size, at);
+            ar.readObjectHeader64(read, size64, at);
             ar.objectTypeName();
             adopt(ar.loadObject().release());
         });
         step([&] {
             ar.findObject(id);
-            std::int32_t readId = 0;
-            std::uint32_t size = 0;
-            ycArchive::pos at = 0;
-            ar.readObjectHeader(readId, size, at);
+            ar.readObjectHeader(read, size, at);
         });
     }
     step([&] {
-        for (ycArchive::pos at = ar.firstPointerPos(); at >= 0; at = ar.nextPointerPos()) ar.pointerObjectID();
+        for (at = ar.firstPointerPos(); at >= 0; at = ar.nextPointerPos()) ar.pointerObjectID();
     });
     // In stream order: records and marks until something else comes.
     step([&] {
         ar.seek(2);
         for (;;) {
-            ycArchive::pos at = ar.tell();
+            ycArchive::pos start = ar.tell();
             try {
                 adopt(ar.loadObject().release());
             } catch (const ycArchive::BadType&) {
-                ar.seek(at);
+                ar.seek(start);
                 ar.skipMark();
             }
         }
@@ -312,32 +269,24 @@ inline void run(const std::uint8_t* data, std::size_t size)
     if (size == 0) return;
     const char* bytes = reinterpret_cast<const char*>(data + 1);
     const auto length = static_cast<std::int32_t>(std::min<std::size_t>(size - 1, 1 << 20));
+    struct FreeAtEnd {
+        ~FreeAtEnd() { freeAll(); }
+    } freeAtEnd;
     try {
-        switch (data[0] % 4) {
-        case 0:
-        case 1: {
-            ycMemoryArchive ar(bytes, length, data[0] % 4 == 1);
-            readOps(ar);
-            break;
-        }
-        case 2: {
-            ycMemoryArchive ar(bytes, length, true);
-            walkSeekable(ar);
-            break;
-        }
-        default:
+        const int kind = data[0] % 4;
+        if (kind == 3) {
             appendAndReread(bytes, static_cast<std::size_t>(length));
-            break;
+            return;
         }
+        ycMemoryArchive ar(bytes, length, kind != 0);
+        if (kind == 2)
+            walkSeekable(ar);
+        else
+            readOps(ar);
     } catch (const ycAssertFailure&) {
-        freeAll();
         throw;
     } catch (const ycException&) {
-    } catch (...) {
-        freeAll();
-        throw;
     }
-    freeAll();
 }
 
 } // namespace yc_fuzz

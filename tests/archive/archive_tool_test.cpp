@@ -9,7 +9,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
 #ifndef _WIN32
 #include <sys/wait.h>
@@ -29,28 +28,6 @@ fs::path inspector()
     return {};
 }
 
-struct Outcome {
-    int status;
-    std::string out, err;
-};
-
-Outcome runInspector(const std::string& args)
-{
-    const fs::path dir = testOutputDir();
-    const fs::path out = dir / "inspector.out", err = dir / "inspector.err";
-    std::string command = "\"" + inspector().string() + "\" " + args + " >\"" + out.string() + "\" 2>\"" +
-                          err.string() + "\"";
-    int status = std::system(command.c_str());
-#ifndef _WIN32
-    status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-#endif
-    auto slurp = [](const fs::path& p) {
-        std::ifstream file(p, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(file), {});
-    };
-    return {status, slurp(out), slurp(err)};
-}
-
 TEST(Inspector, ListsAndShowsGoodArchivesRefusesBadOnesInOneLine)
 {
     ASSERT_FALSE(inspector().empty()) << "tlvstd-archive is not built beside " << fs::current_path();
@@ -65,16 +42,13 @@ TEST(Inspector, ListsAndShowsGoodArchivesRefusesBadOnesInOneLine)
     }
     { ycFileArchive out(yfWiden(plain), ycArchive::storing, ycArchive::bigEndian); }
     std::ofstream(text) << "this is not an archive\n";
-    {
-        std::ifstream in(good, std::ios::binary);
-        std::string bytes(std::istreambuf_iterator<char>(in), {});
-        std::ofstream(cut, std::ios::binary) << bytes.substr(0, bytes.size() - 3);
-    }
+    const std::string bytes = fileBytes(good);
+    std::ofstream(cut, std::ios::binary) << bytes.substr(0, bytes.size() - 3);
 
     struct Row {
         std::string args;
         int status;
-        std::string out; // expected in stdout; for failures, in the one stderr line
+        std::string out; // expected in stdout; for failures, in stderr
     } rows[] = {
         {"list " + good, 0,
          "version 1, byte order 1 (little-endian), seekable\nmark 4 at 2\nobject 1: ycAssertFailure, "},
@@ -85,21 +59,25 @@ TEST(Inspector, ListsAndShowsGoodArchivesRefusesBadOnesInOneLine)
         {"list " + text, 1, "ycArchive::UnknownArchiveVersion"},
         {"list " + cut, 1, "ycArchive::BadType"},
         {"list " + dir + "/missing.arc", 1, "Could not open file: "},
-        {"show " + good + " one", 2, ""},
-        {"list", 2, ""},
+        {"show " + good + " one", 2, "usage:"},
+        {"list", 2, "usage:"},
     };
+    const std::string outPath = dir + "/inspector.out", errPath = dir + "/inspector.err";
     for (const Row& row : rows) {
-        Outcome got = runInspector(row.args);
-        EXPECT_EQ(got.status, row.status) << row.args;
-        if (row.status == 0) {
-            EXPECT_NE(got.out.find(row.out), std::string::npos) << row.args << "\n" << got.out;
-            EXPECT_EQ(got.err, "") << row.args;
-        } else if (row.status == 1) {
-            EXPECT_EQ(got.err.rfind("tlvstd-archive: ", 0), 0u) << row.args << "\n" << got.err;
-            EXPECT_EQ(std::count(got.err.begin(), got.err.end(), '\n'), 1) << row.args << "\n" << got.err;
-            EXPECT_NE(got.err.find(row.out), std::string::npos) << row.args << "\n" << got.err;
-        } else {
-            EXPECT_NE(got.err.find("usage:"), std::string::npos) << row.args;
+        int status = std::system(("\"" + inspector().string() + "\" " + row.args + " >\"" + outPath + "\" 2>\"" +
+                                  errPath + "\"").c_str());
+#ifndef _WIN32
+        status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+#endif
+        const std::string out = fileBytes(outPath), err = fileBytes(errPath);
+        SCOPED_TRACE(row.args + "\n" + out + err);
+        EXPECT_EQ(status, row.status);
+        EXPECT_NE((status == 0 ? out : err).find(row.out), std::string::npos);
+        if (status == 0) {
+            EXPECT_EQ(err, "");
+        } else if (status == 1) { // one line, named after the tool
+            EXPECT_EQ(err.rfind("tlvstd-archive: ", 0), 0u);
+            EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 1);
         }
     }
 }

@@ -3,6 +3,7 @@
 // and kept equal to the committed copy in fuzz/seeds/fuzz_archive
 // (TLVSTD_WRITE_SEEDS=1 rewrites it). Every input committed there, including
 // those that once found faults, must end in an archive error.
+#include "../support/bytes.h"
 #include "fuzz/archive_harness.h"
 
 #include "std/util/debug.h"
@@ -18,46 +19,32 @@ namespace {
 
 std::map<std::string, std::string> makeSeeds()
 {
-    yc_fuzz::Node shared;
+    yc_fuzz::Node shared, object;
     shared.value = 1;
     shared.label = "shared";
-    yc_fuzz::Node object;
     object.value = 2;
     object.label = "object";
-    object.left = &shared;
-    object.right = &shared;
-    auto seed = [](char kind, ycMemoryArchive& ar) {
-        ar.sync();
-        auto s = ar.storage();
-        return std::string(1, kind) + std::string(s.begin(), s.end());
-    };
+    object.left = object.right = &shared;
+    auto seed = [](char kind, ycMemoryArchive& ar) { return std::string(1, kind) + bytesOf(ar); };
 
     std::map<std::string, std::string> seeds;
     {
-        ycMemoryArchive ar(ycArchive::bigEndian);
-        yc_fuzz::writeOps(ar, object, shared);
-        seeds["plain-ops"] = seed(0, ar);
+        ycMemoryArchive plain(ycArchive::bigEndian), seekable(ycArchive::littleEndian, true);
+        yc_fuzz::writeOps(plain, object, shared);
+        yc_fuzz::writeOps(seekable, object, shared);
+        seeds["plain-ops"] = seed(0, plain);
+        seeds["seekable-ops"] = seed(1, seekable);
     }
-    {
-        ycMemoryArchive ar(ycArchive::littleEndian, true);
-        yc_fuzz::writeOps(ar, object, shared);
-        seeds["seekable-ops"] = seed(1, ar);
-    }
-    {
-        ycMemoryArchive ar(ycArchive::littleEndian, true);
-        ar.writeNewMark(0);
-        ar.storeObject(&object);
-        ar.writeNewMark(7);
-        ar.storeObject(&shared); // held already: a pointer record
-        ycAssertFailure failure(L"stored");
-        ar.storeObject(&failure);
-        seeds["seekable-walk"] = seed(2, ar);
-        seeds["seekable-append"] = seed(3, ar);
-    }
-    {
-        ycMemoryArchive ar(ycArchive::bigEndian, true);
-        seeds["seekable-empty"] = seed(3, ar);
-    }
+    ycMemoryArchive ar(ycArchive::littleEndian, true), empty(ycArchive::bigEndian, true);
+    ar.writeNewMark(0);
+    ar.storeObject(&object);
+    ar.writeNewMark(7);
+    ar.storeObject(&shared); // held already: a pointer record
+    ycAssertFailure failure(L"stored");
+    ar.storeObject(&failure);
+    seeds["seekable-walk"] = seed(2, ar);
+    seeds["seekable-append"] = seed(3, ar);
+    seeds["seekable-empty"] = seed(3, empty);
     return seeds;
 }
 
@@ -75,7 +62,7 @@ TEST(FuzzSeeds, EveryCutAndChangedByteEndsInAnArchiveError)
         for (std::size_t at = 1; at < bytes.size(); ++at) {
             for (char flip : {'\x01', '\x80', '\xff'}) {
                 std::string changed = bytes;
-                changed[at] = static_cast<char>(changed[at] ^ flip);
+                changed[at] ^= flip;
                 ASSERT_NO_THROW(run(changed)) << name << " changed at " << at;
             }
         }
@@ -95,9 +82,7 @@ TEST(FuzzSeeds, CommittedCorpusIsCurrent)
     // Besides the seeds made here, the corpus keeps inputs that once found faults.
     ycDebugCapture quiet;
     for (const auto& entry : fs::directory_iterator(dir)) {
-        std::ifstream file(entry.path(), std::ios::binary);
-        std::string bytes(std::istreambuf_iterator<char>(file), {});
-        const std::string name = entry.path().filename().string();
+        const std::string bytes = fileBytes(entry.path()), name = entry.path().filename().string();
         if (seeds.count(name)) {
             EXPECT_EQ(bytes, seeds.at(name)) << name << ": rewrite with TLVSTD_WRITE_SEEDS=1";
         }

@@ -1,124 +1,53 @@
 // Whole objects and object references: the record layout, class levels,
 // sharing, change notification, and the failures of each.
 #include "../support/bytes.h"
+#include "../support/gear.h"
 
 #include "std/archive/archive.h"
 #include "std/archive/filearchive.h"
-#include "std/archive/registry.h"
 #include "std/util/assert.h"
 #include "std/util/text.h"
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
-
 namespace {
-
-// A class tree as programs write them: two levels, fields of each.
-class Part : public ycPersistent {
-public:
-    std::int32_t width = 0;
-    void setWidth(std::int32_t w)
-    {
-        mutating();
-        width = w;
-    }
-
-protected:
-    void dispatchSerialize(ycArchive& ar) override
-    {
-        serializeLevel(ar, this, 0, [&](std::uint8_t version) {
-            if (version != 0) unknownVersion("Part", 0);
-            ycPersistent::dispatchSerialize(ar);
-            ar || width;
-        });
-    }
-};
-
-class Gear : public Part {
-    ymDeclarePersistent(Gear);
-
-public:
-    std::int16_t teeth = 0;
-    ycPersistent* left = nullptr; // references, not owned
-    ycPersistent* right = nullptr;
-
-protected:
-    void dispatchSerialize(ycArchive& ar) override
-    {
-        serializeLevel(ar, this, 0, [&](std::uint8_t version) {
-            if (version != 0) unknownVersion("Gear", 0);
-            Part::dispatchSerialize(ar);
-            ar || teeth;
-            serializePointer(ar, left, left);
-            serializePointer(ar, right, right);
-        });
-    }
-};
-ymImplementPersistent(Gear, "Gear")
 
 class Unregistered : public Part {};
 
-std::string bytesOf(const ycMemoryArchive& ar)
+void writeRef(ycArchive& ar, ycPersistent* p)
 {
-    auto s = ar.storage();
-    return std::string(s.begin(), s.end());
+    ycPersistent::serializePointer(ar, p, p);
+}
+
+ycPersistent* readRef(ycArchive& ar)
+{
+    ycPersistent* p = nullptr;
+    ycPersistent::serializePointer(ar, nullptr, p);
+    return p;
 }
 
 TEST(ObjectRecord, MarkerNameThenVersionsMostDerivedFirstThenFieldsRootUp)
 {
-    Gear gear;
-    gear.width = 0x01020304;
+    Gear gear("x", 0x01020304);
     gear.teeth = 0x0506;
-    for (auto [ordering, fields] : {std::pair{ycArchive::bigEndian, "01 02 03 04 05 06 00 00 00 00 00 00 00 00"},
-                                    std::pair{ycArchive::littleEndian, "04 03 02 01 06 05 00 00 00 00 00 00 00 00"}}) {
-        Bytes body = storedBody(ordering, [&](ycArchive& ar) { ar << gear; });
-        EXPECT_EQ(body, hex(std::string("f1 66 4b df 04 22 47 65 61 72 22 00 00 00 ") + fields));
-    }
-}
+    for (auto [ordering, fields] : {std::pair{ycArchive::bigEndian, "01 02 03 04 05 06"},
+                                    std::pair{ycArchive::littleEndian, "04 03 02 01 06 05"}})
+        EXPECT_EQ(storedBody(ordering, [&](ycArchive& ar) { ar << gear; }),
+                  hex(std::string("f1 66 4b df 04 22 'Gear 22 00 00 00 ") + fields +
+                      " 01 22 'x 22 00 00 00 00 00 00 00 00"));
 
-TEST(ObjectRecord, ExceptionBodyLayout)
-{
-    ycAssertFailure failure(L"x");
-    Bytes body = storedBody(ycArchive::bigEndian, [&](ycArchive& ar) { ar << failure; });
-    Bytes name = hex("0f 22");
-    std::string text = "ycAssertFailure";
-    name.insert(name.end(), text.begin(), text.end());
-    name.push_back(0x22);
-    Bytes expect = hex("f1 66 4b df");
-    expect.insert(expect.end(), name.begin(), name.end());
-    Bytes rest = hex("00 00 00 00 01 ff fe 78 00 ff fe");
-    expect.insert(expect.end(), rest.begin(), rest.end());
-    EXPECT_EQ(body, expect);
-
-    ycArchive::BadFile badFile("f", 9);
-    Bytes archiveError = storedBody(ycArchive::bigEndian, [&](ycArchive& ar) { ar << badFile; });
+    EXPECT_EQ(storedBody(ycArchive::bigEndian, [](ycArchive& ar) { ar << ycAssertFailure(L"x"); }),
+              hex("f1 66 4b df 0f 22 'ycAssertFailure 22 00 00 00 00 01 ff fe 78 00 ff fe"));
+    Bytes badFile = storedBody(ycArchive::bigEndian, [](ycArchive& ar) { ar << ycArchive::BadFile("f", 9); });
     Bytes tail = hex("00 00 00 00 01 ff fe 66 00 ff fe 00 00 00 09");
-    EXPECT_TRUE(std::equal(tail.rbegin(), tail.rend(), archiveError.rbegin()));
-}
-
-TEST(ObjectRecord, LoadedExceptionRethrowsAsItsOwnClass)
-{
-    ycMemoryArchive out(ycArchive::bigEndian);
-    out << ycArchive::UnknownVersion("std/math/vector", 77);
-    std::string bytes = bytesOf(out);
-    ycMemoryArchive in(bytes.data(), static_cast<std::int32_t>(bytes.size()));
-    auto loaded = ycPersistent::readObject(in);
-    try {
-        static_cast<ycException*>(loaded.release())->suicideAndRethrow();
-    } catch (const ycArchive::UnknownVersion& e) {
-        EXPECT_EQ(e.file(), L"std/math/vector");
-        EXPECT_EQ(e.line(), 77);
-    }
+    EXPECT_TRUE(std::equal(tail.rbegin(), tail.rend(), badFile.rbegin()));
 }
 
 TEST(ObjectRecord, UnknownVersionNamesTheLevel)
 {
     ycMemoryArchive out;
     out << ycAssertFailure(L"x");
-    std::string bytes = bytesOf(out);
-    const std::size_t versions = 2 + 4 + 18; // header, marker, name with prefix and quotes
+    const std::string bytes = bytesOf(out);
     struct Row {
         std::size_t level;
         std::wstring file;
@@ -126,10 +55,10 @@ TEST(ObjectRecord, UnknownVersionNamesTheLevel)
     } rows[] = {{0, L"ycAssertFailure", false}, {1, L"std/except/except", true}, {3, L"archive", true}};
     for (const Row& row : rows) {
         std::string bad = bytes;
-        bad[versions + row.level] = 1;
-        ycMemoryArchive in(bad.data(), static_cast<std::int32_t>(bad.size()));
+        bad[2 + 4 + 18 + row.level] = 1; // after the header, the marker and the quoted name
+        LoadArchive in(bad);
         try {
-            ycPersistent::readObject(in);
+            ycPersistent::readObject(*in);
             ADD_FAILURE() << "no failure at level " << row.level;
         } catch (const ycArchive::UnknownVersion& e) {
             EXPECT_EQ(e.file(), row.file);
@@ -143,10 +72,9 @@ TEST(ObjectRecord, UnknownVersionNamesTheLevel)
 
 TEST(ObjectRecord, FailuresOfRecords)
 {
-    Unregistered stranger;
-    ycMemoryArchive out;
     try {
-        out << stranger;
+        ycMemoryArchive out;
+        out << Unregistered();
         ADD_FAILURE();
     } catch (const ycArchive::UnknownType& e) {
         EXPECT_NE(e.name().find("Unregistered"), std::string::npos);
@@ -154,83 +82,51 @@ TEST(ObjectRecord, FailuresOfRecords)
     }
 
     Gear gear;
-    ycMemoryArchive gearOut;
-    gearOut << gear;
-    std::string bytes = bytesOf(gearOut);
-    {
-        ycMemoryArchive in(bytes.data(), static_cast<std::int32_t>(bytes.size()));
-        ycAssertFailure wrongType;
-        EXPECT_THROW(in >> wrongType, ycArchive::BadType);
-    }
-    {
-        std::string badMarker = bytes;
-        badMarker[3] = 0x67;
-        ycMemoryArchive in(badMarker.data(), static_cast<std::int32_t>(badMarker.size()));
-        EXPECT_THROW(ycPersistent::readObject(in), ycArchive::BadType);
-    }
-    {
-        std::string unknown = bytes;
-        unknown[8] = 'X'; // "Xear"
-        ycMemoryArchive in(unknown.data(), static_cast<std::int32_t>(unknown.size()));
-        EXPECT_THROW(ycPersistent::readObject(in), ycArchive::UnknownType);
-    }
-    for (std::size_t cut = 2; cut < bytes.size(); ++cut) {
-        ycMemoryArchive in(bytes.data(), static_cast<std::int32_t>(cut));
-        EXPECT_THROW(ycPersistent::readObject(in), ycArchive::Errors) << cut;
-    }
-    {
-        ycMemoryArchive in(bytes.data(), static_cast<std::int32_t>(bytes.size()));
-        EXPECT_THROW(in << gear, ycAssertFailure);
-    }
+    ycMemoryArchive out;
+    out << gear;
+    const std::string bytes = bytesOf(out);
+    auto changed = [&](std::size_t at, char c) {
+        std::string s = bytes;
+        s[at] = c;
+        return s;
+    };
+    ycAssertFailure wrongType;
+    EXPECT_THROW(*LoadArchive(bytes) >> wrongType, ycArchive::BadType);
+    EXPECT_THROW(ycPersistent::readObject(*LoadArchive(changed(3, 0x67))), ycArchive::BadType);     // marker
+    EXPECT_THROW(ycPersistent::readObject(*LoadArchive(changed(8, 'X'))), ycArchive::UnknownType); // "Xear"
+    for (std::size_t cut = 2; cut < bytes.size(); ++cut)
+        EXPECT_THROW(ycPersistent::readObject(*LoadArchive(bytes.substr(0, cut))), ycArchive::Errors) << cut;
+    EXPECT_THROW(*LoadArchive(bytes) << gear, ycAssertFailure);
 }
 
 TEST(ObjectReferences, SharedObjectsStayShared)
 {
-    Gear a, b, hub;
-    a.teeth = 10;
-    b.teeth = 20;
-    hub.left = &a;
-    hub.right = &a; // the same object twice
+    Gear a("a", 10), b("b", 20), hub;
+    hub.left = hub.right = &a; // the same object twice
     a.left = &b;
     ycMemoryArchive out(ycArchive::bigEndian);
-    ycPersistent* none = nullptr;
-    ycPersistent* outHub = &hub;
-    ycPersistent::serializePointer(out, outHub, outHub);
-    ycPersistent::serializePointer(out, &b, outHub); // b again, by reference
-    ycPersistent::serializePointer(out, none, none);
-    std::string bytes = bytesOf(out);
-    // hub record: new tag, then its two references; a appears once.
-    EXPECT_EQ(Bytes(bytes.begin() + 2, bytes.begin() + 6), hex("ff ff ff ff"));
+    writeRef(out, &hub);
+    writeRef(out, &b); // b again, by reference
+    writeRef(out, nullptr);
+    const std::string bytes = bytesOf(out);
+    EXPECT_EQ(bytes.substr(2, 4), "\xff\xff\xff\xff"); // hub: a new record
 
-    ycMemoryArchive in(bytes.data(), static_cast<std::int32_t>(bytes.size()));
-    ycPersistent* loaded = nullptr;
-    ycPersistent* again = nullptr;
-    ycPersistent* null = &hub;
-    ycPersistent::serializePointer(in, nullptr, loaded);
-    ycPersistent::serializePointer(in, nullptr, again);
-    ycPersistent::serializePointer(in, nullptr, null);
-    std::unique_ptr<Gear> h(dynamic_cast<Gear*>(loaded));
+    LoadArchive in(bytes);
+    std::unique_ptr<Gear> h(dynamic_cast<Gear*>(readRef(*in)));
+    ycPersistent* again = readRef(*in);
+    EXPECT_EQ(readRef(*in), nullptr);
     ASSERT_TRUE(h);
-    auto* la = dynamic_cast<Gear*>(h->left);
-    ASSERT_NE(la, nullptr);
-    EXPECT_EQ(h->right, la);
-    EXPECT_EQ(la->teeth, 10);
-    auto* lb = dynamic_cast<Gear*>(la->left);
-    ASSERT_NE(lb, nullptr);
-    EXPECT_EQ(lb->teeth, 20);
-    EXPECT_EQ(again, lb);
-    EXPECT_EQ(null, nullptr);
-    delete lb;
-    delete la;
-}
+    std::unique_ptr<Gear> la(dynamic_cast<Gear*>(h->left));
+    ASSERT_TRUE(la);
+    std::unique_ptr<Gear> lb(dynamic_cast<Gear*>(la->left));
+    ASSERT_TRUE(lb);
+    EXPECT_EQ(h->right, la.get());
+    EXPECT_EQ(la->name, "a");
+    EXPECT_EQ(lb->name, "b");
+    EXPECT_EQ(again, lb.get());
 
-TEST(ObjectReferences, BadTagsAreBadContent)
-{
-    for (const char* tag : {"05 00 00 00", "fe ff ff ff"}) {
-        LoadArchive in(ycArchive::littleEndian, hex(tag));
-        ycPersistent* out = nullptr;
-        EXPECT_THROW(ycPersistent::serializePointer(*in, nullptr, out), ycArchive::BadContent) << tag;
-    }
+    for (const char* tag : {"05 00 00 00", "fe ff ff ff"})
+        EXPECT_THROW(readRef(*LoadArchive(ycArchive::littleEndian, hex(tag))), ycArchive::BadContent) << tag;
 }
 
 TEST(ObjectReferences, ChangedObjectIsWrittenAgain)
@@ -238,19 +134,14 @@ TEST(ObjectReferences, ChangedObjectIsWrittenAgain)
     Gear gear;
     gear.setWidth(1);
     ycMemoryArchive out;
-    ycPersistent* p = &gear;
-    ycPersistent::serializePointer(out, p, p);
-    ycPersistent::serializePointer(out, p, p); // unchanged: a reference
+    writeRef(out, &gear);
+    writeRef(out, &gear); // unchanged: a reference
     gear.setWidth(2);
-    ycPersistent::serializePointer(out, p, p); // changed: a new record
-    std::string bytes = bytesOf(out);
-    ycMemoryArchive in(bytes.data(), static_cast<std::int32_t>(bytes.size()));
-    ycPersistent *first = nullptr, *second = nullptr, *third = nullptr;
-    ycPersistent::serializePointer(in, nullptr, first);
-    ycPersistent::serializePointer(in, nullptr, second);
-    ycPersistent::serializePointer(in, nullptr, third);
-    std::unique_ptr<ycPersistent> own1(first), own3(third);
-    EXPECT_EQ(first, second);
+    writeRef(out, &gear); // changed: a new record
+    LoadArchive in(out);
+    std::unique_ptr<ycPersistent> first(readRef(*in));
+    EXPECT_EQ(readRef(*in), first.get());
+    std::unique_ptr<ycPersistent> third(readRef(*in));
     EXPECT_EQ(dynamic_cast<Gear&>(*first).width, 1);
     EXPECT_EQ(dynamic_cast<Gear&>(*third).width, 2);
 }
@@ -258,58 +149,46 @@ TEST(ObjectReferences, ChangedObjectIsWrittenAgain)
 TEST(ObjectReferences, ADeadObjectIsNeverReferredTo)
 {
     ycMemoryArchive out;
+    alignas(Gear) unsigned char storage[sizeof(Gear)];
     for (int i = 0; i < 3; ++i) {
-        auto gear = std::make_unique<Gear>(); // likely the same address each time
-        gear->teeth = static_cast<std::int16_t>(i);
-        ycPersistent* p = gear.get();
-        ycPersistent::serializePointer(out, p, p);
+        Gear* gear = new (storage) Gear("", i); // the same address each time
+        writeRef(out, gear);
+        gear->~Gear();
     }
-    std::string bytes = bytesOf(out);
-    ycMemoryArchive in(bytes.data(), static_cast<std::int32_t>(bytes.size()));
+    LoadArchive in(out);
     for (int i = 0; i < 3; ++i) {
-        ycPersistent* p = nullptr;
-        ycPersistent::serializePointer(in, nullptr, p);
-        std::unique_ptr<ycPersistent> own(p);
-        EXPECT_EQ(dynamic_cast<Gear&>(*p).teeth, i);
+        std::unique_ptr<ycPersistent> p(readRef(*in));
+        EXPECT_EQ(dynamic_cast<Gear&>(*p).width, i);
     }
 }
 
 TEST(ArchiveHeader, ChecksInOrder)
 {
-    struct Row {
-        const char* bytes;
-        bool seekable;
-        std::function<void()> expect;
-    };
-    auto open = [](const char* text, bool seekable) {
+    auto open = [](const char* text, bool seekable = false) {
         Bytes b = hex(text);
-        std::string s(b.begin(), b.end());
-        ycMemoryArchive in(s.data(), static_cast<std::int32_t>(s.size()), seekable);
-        return in.version();
+        return LoadArchive(std::string(b.begin(), b.end()), seekable)->version();
     };
-    EXPECT_THROW(open("05 00", false), ycArchive::UnknownArchiveVersion);
+    EXPECT_THROW(open("05 00"), ycArchive::UnknownArchiveVersion);
     EXPECT_THROW(open("04 00", true), ycArchive::UnknownArchiveVersion);
-    EXPECT_THROW(open("03 00", false), ycArchive::BadType);
+    EXPECT_THROW(open("03 00"), ycArchive::BadType);
     EXPECT_THROW(open("02 00", true), ycArchive::BadType);
-    EXPECT_THROW(open("02 02", false), ycArchive::BadBuffer);
-    EXPECT_THROW(open("02", false), ycArchive::Eof);
-    EXPECT_EQ(open("00 01", false), 0);
-    EXPECT_EQ(open("02 00", false), 1);
-    EXPECT_EQ(storedBody(ycArchive::bigEndian, [](ycArchive&) {}), Bytes{});
-    EXPECT_EQ(bytesOf(ycMemoryArchive(ycArchive::bigEndian, true)), std::string("\x03\x00", 2));
+    EXPECT_THROW(open("02 02"), ycArchive::BadBuffer);
+    EXPECT_THROW(open("02"), ycArchive::Eof);
+    EXPECT_EQ(open("00 01"), 0);
+    EXPECT_EQ(open("02 00"), 1);
+    ycMemoryArchive seekable(ycArchive::bigEndian, true);
+    EXPECT_EQ(bytesOf(seekable).substr(0, 2), std::string("\x03\x00", 2));
 }
 
 TEST(MemoryArchive, OwnedBlocksAreFreedOnEveryPath)
 {
-    char* good = new char[6]{2, 1, 7, 0, 0, 0};
     {
-        ycMemoryArchive in(good, 6, false, true);
+        ycMemoryArchive in(new char[6]{2, 1, 7, 0, 0, 0}, 6, false, true);
         std::int32_t v = 0;
         in >> v;
         EXPECT_EQ(v, 7);
     }
-    char* bad = new char[2]{9, 9};
-    EXPECT_THROW(ycMemoryArchive(bad, 2, false, true), ycArchive::UnknownArchiveVersion);
+    EXPECT_THROW(ycMemoryArchive(new char[2]{9, 9}, 2, false, true), ycArchive::UnknownArchiveVersion);
     EXPECT_THROW(ycMemoryArchive(nullptr, 0), ycAssertFailure);
 }
 
@@ -323,8 +202,7 @@ TEST(FileArchive, BytesOnDiskAndFailures)
             ycFileArchive out(path, ycArchive::storing, ordering);
             out << std::int32_t(1);
         }
-        std::ifstream file(yfPath(path), std::ios::binary);
-        EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), bytes);
+        EXPECT_EQ(fileBytes(yfPath(path)), bytes);
         ycFileArchive in(path, ycArchive::loading);
         std::int32_t v = 0;
         in >> v;

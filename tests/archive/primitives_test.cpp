@@ -5,10 +5,10 @@
 #include "std/archive/archive.h"
 #include "std/except/except.h"
 #include "std/util/assert.h"
+#include "std/util/byteorder.h"
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <limits>
 
 namespace {
@@ -18,21 +18,31 @@ constexpr O BE = ycArchive::bigEndian;
 constexpr O LE = ycArchive::littleEndian;
 
 template <class T>
-void expectBothOrders(T value, const std::string& bigBytes, const std::string& littleBytes)
+T readAs(O ordering, const Bytes& body)
 {
-    SCOPED_TRACE(bigBytes);
+    LoadArchive in(ordering, body);
+    T back{};
+    *in >> back;
+    return back;
+}
+
+template <class T>
+T readAs(O ordering, const char* body)
+{
+    return readAs<T>(ordering, hex(body));
+}
+
+// `value` is stored as these bytes in each order and reads back from them.
+template <class T>
+void expectBothOrders(const T& value, const std::string& bigBytes, const std::string& littleBytes)
+{
     for (auto [ordering, text] : {std::pair{BE, bigBytes}, std::pair{LE, littleBytes}}) {
-        EXPECT_EQ(storedBody(ordering, [&](ycArchive& ar) { ar << value; }), hex(text));
-        LoadArchive in(ordering, hex(text));
-        T back{};
-        *in >> back;
-        if constexpr (std::is_floating_point_v<T>) {
-            if (std::isnan(value)) {
-                EXPECT_TRUE(std::isnan(back));
-                continue;
-            }
-        }
-        EXPECT_EQ(back, value);
+        EXPECT_EQ(storedBody(ordering, [&](ycArchive& ar) { ar << value; }), hex(text)) << text;
+        T back = readAs<T>(ordering, hex(text));
+        if constexpr (std::is_floating_point_v<T>)
+            EXPECT_EQ(yfBitsOf(back), yfBitsOf(value)) << text; // -0.0 and NaN too
+        else
+            EXPECT_EQ(back, value) << text;
     }
 }
 
@@ -55,45 +65,16 @@ TEST(ArchivePrimitives, ScalarsInBothOrders)
     expectBothOrders<double>(-0.0, "80 00 00 00 00 00 00 00", "00 00 00 00 00 00 00 80");
     expectBothOrders<double>(std::numeric_limits<double>::quiet_NaN(), "7f f8 00 00 00 00 00 00",
                              "00 00 00 00 00 00 f8 7f");
-}
-
-TEST(ArchivePrimitives, AnyNonZeroByteReadsAsTrue)
-{
-    LoadArchive in(LE, hex("02 ff 00"));
-    bool a = false, b = false, c = true;
-    *in >> a >> b >> c;
-    EXPECT_TRUE(a);
-    EXPECT_TRUE(b);
-    EXPECT_FALSE(c);
-}
-
-TEST(ArchivePrimitives, WideCharAboveSixteenBitsIsRefused)
-{
-    if constexpr (sizeof(wchar_t) == 4) {
-        ycMemoryArchive ar;
-        EXPECT_THROW(ar << static_cast<wchar_t>(0x1F600), ycBadUnicodeChar);
-        EXPECT_EQ(ar.storage().size(), 2u);
-    }
+    EXPECT_TRUE(readAs<bool>(LE, "02"));
+    EXPECT_TRUE(readAs<bool>(LE, "ff"));
 }
 
 TEST(ArchiveStrings, NarrowFormsAndPrefixes)
 {
-    struct Row {
-        std::size_t length;
-        std::string prefix;
-    } rows[] = {{0, "00"}, {1, "01"}, {127, "7f"}, {128, "80 80"}, {300, "81 2c"}, {32767, "ff ff"}};
-    for (const Row& row : rows) {
-        std::string text(row.length, 'x');
-        Bytes expect = hex(row.prefix + " 22");
-        expect.insert(expect.end(), text.begin(), text.end());
-        expect.push_back(0x22);
-        for (O ordering : {BE, LE}) {
-            EXPECT_EQ(storedBody(ordering, [&](ycArchive& ar) { ar << text; }), expect) << row.length;
-            LoadArchive in(ordering, expect);
-            std::string back;
-            *in >> back;
-            EXPECT_EQ(back, text);
-        }
+    for (auto [length, prefix] : {std::pair<std::size_t, const char*>{0, "00"}, {1, "01"}, {127, "7f"},
+                                  {128, "80 80"}, {300, "81 2c"}, {32767, "ff ff"}}) {
+        const std::string text(length, 'x'), bytes = std::string(prefix) + " 22 '" + text + " 22";
+        expectBothOrders(text, bytes, bytes);
     }
 }
 
@@ -101,8 +82,7 @@ TEST(ArchiveStrings, OverlongStringAssertsAndIsWrittenAnyway)
 {
     ycAssertHandlerScope counting(&yfCountingAssertHandler);
     std::int64_t before = yfAssertCount();
-    std::string text(40000, 'y');
-    Bytes body = storedBody(LE, [&](ycArchive& ar) { ar << text; });
+    Bytes body = storedBody(LE, [&](ycArchive& ar) { ar << std::string(40000, 'y'); });
     EXPECT_EQ(yfAssertCount(), before + 1);
     ASSERT_EQ(body.size(), 2u + 1 + 40000 + 1);
     EXPECT_EQ(body[0], 0x9c);
@@ -111,139 +91,80 @@ TEST(ArchiveStrings, OverlongStringAssertsAndIsWrittenAnyway)
 
 TEST(ArchiveStrings, WideUnitsAreLittleEndianInEitherOrder)
 {
-    struct Row {
-        std::wstring text;
-        std::string bytes;
-    } rows[] = {
-        {L"", "00 ff fe ff fe"},
-        {L"A", "01 ff fe 41 00 ff fe"},
-        {L"\u00e9\u1234", "02 ff fe e9 00 34 12 ff fe"},
-        {L"\U0001F600", "02 ff fe 3d d8 00 de ff fe"},
-    };
-    for (const Row& row : rows) {
-        for (O ordering : {BE, LE}) {
-            EXPECT_EQ(storedBody(ordering, [&](ycArchive& ar) { ar << row.text; }), hex(row.bytes)) << row.bytes;
-            LoadArchive in(ordering, hex(row.bytes));
-            std::wstring back;
-            *in >> back;
-            EXPECT_EQ(back, row.text);
-        }
-    }
+    for (auto [text, bytes] : {std::pair<std::wstring, std::string>{L"", "00 ff fe ff fe"},
+                               {L"A", "01 ff fe 41 00 ff fe"},
+                               {L"\u00e9\u1234", "02 ff fe e9 00 34 12 ff fe"},
+                               {L"\U0001F600", "02 ff fe 3d d8 00 de ff fe"}})
+        expectBothOrders(text, bytes, bytes);
+    // 32-bit characters: count big-endian, marker bytes fixed, characters
+    // little-endian, in either order. Read in ordering 0 the marker says
+    // "swapped", and only the middle bytes of each character are exchanged.
+    const char* u32 = "00 00 00 02 ff fe 00 00 41 00 00 00 34 12 00 00 ff fe 00 00";
+    for (O ordering : {BE, LE})
+        EXPECT_EQ(storedBody(ordering, [](ycArchive& ar) { ar << std::u32string(U"A\u1234"); }), hex(u32));
+    EXPECT_EQ(readAs<std::u32string>(LE, u32), U"A\u1234");
+    EXPECT_EQ(readAs<std::u32string>(BE, u32), std::u32string({U'A', char32_t(0x00120034)}));
 }
 
-TEST(ArchiveStrings, WideCharacterBeyondUnicodeWritesNothing)
+TEST(ArchiveStrings, ReadingRules)
+{
+    // Narrow and wide forms are interchangeable on reading.
+    EXPECT_EQ(readAs<std::wstring>(LE, "02 22 61 e9 22"), L"a\u00e9");
+    EXPECT_EQ(readAs<std::string>(BE, "03 ff fe 61 00 e9 00 34 12 ff fe"), "a\xe9?");
+    // A byte-swapped marker swaps the wide units.
+    EXPECT_EQ(readAs<std::wstring>(LE, "02 fe ff 00 41 12 34 fe ff"), L"A\u1234");
+    // Lone surrogates survive a round trip.
+    const Bytes lone = hex("02 ff fe 00 d8 41 00 ff fe");
+    std::wstring back = readAs<std::wstring>(LE, lone);
+    EXPECT_EQ(storedBody(LE, [&](ycArchive& ar) { ar << back; }), lone);
+}
+
+TEST(ArchiveStrings, CharactersBeyondTheFormWriteNothing)
 {
     if constexpr (sizeof(wchar_t) == 4) {
-        ycMemoryArchive ar;
         std::wstring bad = L"ab";
         bad.push_back(static_cast<wchar_t>(0x110000));
+        ycMemoryArchive ar;
+        EXPECT_THROW(ar << static_cast<wchar_t>(0x1F600), ycBadUnicodeChar);
         EXPECT_THROW(ar << bad, ycBadUnicodeChar);
         EXPECT_EQ(ar.storage().size(), 2u);
     }
 }
 
-TEST(ArchiveStrings, NarrowAndWideAreInterchangeableOnReading)
+TEST(ArchiveStrings, BadDelimitersAndMarkersAreBadType)
 {
-    LoadArchive narrowStored(LE, hex("02 22 61 e9 22"));
-    std::wstring wide;
-    *narrowStored >> wide;
-    EXPECT_EQ(wide, L"a\u00e9");
-
-    LoadArchive wideStored(BE, hex("03 ff fe 61 00 e9 00 34 12 ff fe"));
-    std::string narrow;
-    *wideStored >> narrow;
-    EXPECT_EQ(narrow, "a\xe9?");
-}
-
-TEST(ArchiveStrings, ByteSwappedWideUnits)
-{
-    LoadArchive in(LE, hex("02 fe ff 00 41 12 34 fe ff"));
-    std::wstring back;
-    *in >> back;
-    EXPECT_EQ(back, L"A\u1234");
-}
-
-TEST(ArchiveStrings, LoneSurrogatesSurviveARoundTrip)
-{
-    Bytes stored = hex("02 ff fe 00 d8 41 00 ff fe");
-    LoadArchive in(LE, stored);
-    std::wstring back;
-    *in >> back;
-    EXPECT_EQ(storedBody(LE, [&](ycArchive& ar) { ar << back; }), stored);
-}
-
-TEST(ArchiveStrings, ThirtyTwoBitCharacters)
-{
-    // Count big-endian, marker bytes fixed, characters little-endian, in either order.
-    const std::string bytes = "00 00 00 02 ff fe 00 00 41 00 00 00 34 12 00 00 ff fe 00 00";
-    for (O ordering : {BE, LE})
-        EXPECT_EQ(storedBody(ordering, [&](ycArchive& ar) { ar << std::u32string(U"A\u1234"); }), hex(bytes));
-
-    std::u32string back;
-    LoadArchive little(LE, hex(bytes));
-    *little >> back;
-    EXPECT_EQ(back, U"A\u1234");
-
-    // Read in ordering 0 the marker says "swapped", and only the middle bytes
-    // of each character are exchanged: U+1234 comes back as 0x00120034.
-    LoadArchive big(BE, hex(bytes));
-    *big >> back;
-    EXPECT_EQ(back, std::u32string({U'A', char32_t(0x00120034)}));
-}
-
-TEST(ArchiveStrings, BadDelimitersAndMarkers)
-{
-    struct Row {
-        const char* bytes;
-        bool narrowTarget;
-    } badType[] = {
-        {"01 22 61 21", true},                       // closing quote missing
-        {"01 41 42", true},                          // neither quote nor wide marker
-        {"01 ff fe 41 00 fe ff", false},             // trailer does not match marker
-        {"00 00 00 01 ff fe 00 01 41 00 00 00 ff fe 00 00", false},  // bad 32-bit marker
-    };
-    for (const Row& row : badType) {
-        LoadArchive in(LE, hex(row.bytes));
-        std::string narrow;
-        std::u32string u32;
-        if (std::string(row.bytes).size() > 40) {
-            EXPECT_THROW(*in >> u32, ycArchive::BadType) << row.bytes;
-        } else {
-            EXPECT_THROW(*in >> narrow, ycArchive::BadType) << row.bytes;
-        }
-    }
+    EXPECT_THROW(readAs<std::string>(LE, "01 22 61 21"), ycArchive::BadType);          // closing quote missing
+    EXPECT_THROW(readAs<std::string>(LE, "01 41 42"), ycArchive::BadType);             // neither quote nor marker
+    EXPECT_THROW(readAs<std::string>(LE, "01 ff fe 41 00 fe ff"), ycArchive::BadType); // trailer differs
+    EXPECT_THROW(readAs<std::u32string>(LE, "00 00 00 01 ff fe 00 01 41 00 00 00 ff fe 00 00"), ycArchive::BadType);
 }
 
 // A value cut short is Eof; inside a string (after its prefix or 32-bit
 // count) a short read is BadBuffer.
 TEST(ArchiveTruncation, EveryCutOfEveryForm)
 {
-    struct Form {
-        const char* name;
-        std::function<void(ycArchive&)> io;
-        std::size_t eofUpTo; // cuts shorter than this are Eof, longer BadBuffer
-    };
     std::int32_t i32 = 0x01020304;
     double d = 1.5;
     std::string narrow = "abc";
     std::wstring wide = L"abc";
     std::u32string u32 = U"abc";
-    Form forms[] = {
-        {"int32", [&](ycArchive& ar) { ar || i32; }, 4},
-        {"double", [&](ycArchive& ar) { ar || d; }, 8},
-        {"narrow", [&](ycArchive& ar) { ar || narrow; }, 1},
-        {"wide", [&](ycArchive& ar) { ar || wide; }, 1},
+    struct Form {
+        const char* name;
+        std::function<void(ycArchive&)> io;
+        std::size_t eofUpTo; // cuts shorter than this are Eof, longer BadBuffer
+    } forms[] = {
+        {"int32", [&](ycArchive& ar) { ar || i32; }, 4},     {"double", [&](ycArchive& ar) { ar || d; }, 8},
+        {"narrow", [&](ycArchive& ar) { ar || narrow; }, 1}, {"wide", [&](ycArchive& ar) { ar || wide; }, 1},
         {"u32", [&](ycArchive& ar) { ar || u32; }, 4},
     };
     for (Form& form : forms) {
         Bytes full = storedBody(LE, form.io);
         for (std::size_t cut = 0; cut < full.size(); ++cut) {
             LoadArchive in(LE, Bytes(full.begin(), full.begin() + static_cast<std::ptrdiff_t>(cut)));
-            if (cut < form.eofUpTo) {
+            if (cut < form.eofUpTo)
                 EXPECT_THROW(form.io(*in), ycArchive::Eof) << form.name << " cut at " << cut;
-            } else {
+            else
                 EXPECT_THROW(form.io(*in), ycArchive::BadBuffer) << form.name << " cut at " << cut;
-            }
         }
         LoadArchive whole(LE, full);
         EXPECT_NO_THROW(form.io(*whole)) << form.name;
@@ -252,42 +173,18 @@ TEST(ArchiveTruncation, EveryCutOfEveryForm)
 
 TEST(ArchiveTruncation, HugeCountsAreRefusedBeforeAllocating)
 {
-    std::vector<std::int32_t> ints;
-    LoadArchive many(LE, hex("ff ff ff 7f 01 00 00 00"));
-    EXPECT_THROW(*many >> ints, ycArchive::Eof);
-
-    std::vector<unsigned char> bytes;
-    LoadArchive block(LE, hex("00 00 00 40 01 02"));
-    EXPECT_THROW(*block >> bytes, ycArchive::Eof);
-
-    std::u32string text;
-    LoadArchive chars(LE, hex("7f ff ff ff ff fe 00 00"));
-    EXPECT_THROW(*chars >> text, ycArchive::BadBuffer);
+    EXPECT_THROW(readAs<std::vector<std::int32_t>>(LE, "ff ff ff 7f 01 00 00 00"), ycArchive::Eof);
+    EXPECT_THROW(readAs<std::vector<unsigned char>>(LE, "00 00 00 40 01 02"), ycArchive::Eof);
+    EXPECT_THROW(readAs<std::u32string>(LE, "7f ff ff ff ff fe 00 00"), ycArchive::BadBuffer);
 }
 
 TEST(ArchiveContainers, CountThenElements)
 {
-    std::vector<unsigned char> bytes{1, 2, 3};
-    std::vector<bool> bits{true, false, true};
-    std::vector<std::int16_t> shorts{1, -1};
-    std::vector<std::string> names{"a", ""};
-    Bytes be = storedBody(BE, [&](ycArchive& ar) { ar || bytes || bits || shorts || names; });
-    EXPECT_EQ(be, hex("00 00 00 03 01 02 03  00 00 00 03 01 00 01  00 00 00 02 00 01 ff ff"
-                      "  00 00 00 02 01 22 61 22 00 22 22"));
-    Bytes le = storedBody(LE, [&](ycArchive& ar) { ar || bytes || bits || shorts || names; });
-    EXPECT_EQ(le, hex("03 00 00 00 01 02 03  03 00 00 00 01 00 01  02 00 00 00 01 00 ff ff"
-                      "  02 00 00 00 01 22 61 22 00 22 22"));
-
-    LoadArchive in(BE, be);
-    std::vector<unsigned char> bytes2;
-    std::vector<bool> bits2;
-    std::vector<std::int16_t> shorts2;
-    std::vector<std::string> names2;
-    *in || bytes2 || bits2 || shorts2 || names2;
-    EXPECT_EQ(bytes2, bytes);
-    EXPECT_EQ(bits2, bits);
-    EXPECT_EQ(shorts2, shorts);
-    EXPECT_EQ(names2, names);
+    expectBothOrders(std::vector<unsigned char>{1, 2, 3}, "00 00 00 03 01 02 03", "03 00 00 00 01 02 03");
+    expectBothOrders(std::vector<bool>{true, false, true}, "00 00 00 03 01 00 01", "03 00 00 00 01 00 01");
+    expectBothOrders(std::vector<std::int16_t>{1, -1}, "00 00 00 02 00 01 ff ff", "02 00 00 00 01 00 ff ff");
+    expectBothOrders(std::vector<std::string>{"a", ""}, "00 00 00 02 01 22 61 22 00 22 22",
+                     "02 00 00 00 01 22 61 22 00 22 22");
 }
 
 TEST(ArchiveRaw, BytesUnchangedAndReserveLeavesRoom)
@@ -296,11 +193,9 @@ TEST(ArchiveRaw, BytesUnchangedAndReserveLeavesRoom)
     Bytes body = storedBody(BE, [&](ycArchive& ar) {
         ar.raw(data, 3);
         ar.reserve32();
-        std::int16_t tail = 0x0506;
-        ar << tail;
+        ar << std::int16_t(0x0506);
         ar.seek(5);
-        std::int32_t filled = 0x0A0B0C0D;
-        ar << filled;
+        ar << std::int32_t(0x0A0B0C0D);
         ar.seek(0, std::ios_base::end);
         ar.reserveU16();
     });

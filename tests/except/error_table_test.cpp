@@ -12,21 +12,27 @@
 
 namespace {
 
+// Thrown, then caught as its group.
+template <class T, class Group>
+bool caughtAsGroup()
+{
+    try {
+        throw T();
+    } catch (const Group&) {
+        return true;
+    } catch (...) {
+        return false;
+    }
+}
+
 struct Row {
     const char* name;
     std::int32_t number;
     std::function<ycException*()> make;
-    std::function<void()> throwIt;
-    std::function<bool(const ycException&)> inGroup;
+    bool (*caughtAsGroup)();
 };
 
-#define ROW(T, Group, number)                                                  \
-    Row                                                                        \
-    {                                                                          \
-        #T, static_cast<std::int32_t>(number), [] { return new T(); },         \
-            [] { throw T(); },                                                 \
-            [](const ycException& e) { return dynamic_cast<const Group*>(&e) != nullptr; } \
-    }
+#define ROW(T, Group, number) Row{#T, static_cast<std::int32_t>(number), [] { return new T(); }, &caughtAsGroup<T, Group>}
 
 // Names and numbers as the error table gives them.
 const Row kRows[] = {
@@ -226,46 +232,25 @@ const Row kRows[] = {
     ROW(ycTimeout::Cancel, ycTimeout::Expired, 0x10001502),
     ROW(ycAdaptiveRANSACDefs::InsufficientDataPoints, ycAdaptiveRANSACDefs::Errors, 0x10000f45),};
 
-TEST(ErrorTable, EveryClassHasItsNumberGroupAndName)
+TEST(ErrorTable, EveryClassHasItsNumberGroupNameAndArchiveForm)
 {
     for (const Row& row : kRows) {
         SCOPED_TRACE(row.name);
         std::unique_ptr<ycException> e(row.make());
         EXPECT_EQ(e->errorNumber(), row.number);
-        EXPECT_TRUE(row.inGroup(*e));
+        EXPECT_TRUE(row.caughtAsGroup());
         EXPECT_EQ(yfTypeName(typeid(*e)), row.name);
         EXPECT_EQ(e->message(true).rfind(yfWiden(row.name) + L": ", 0), 0u);
-        try {
-            row.throwIt();
-            ADD_FAILURE() << "did not throw";
-        } catch (const ycException& caught) {
-            EXPECT_TRUE(row.inGroup(caught));
-            EXPECT_EQ(caught.errorNumber(), row.number);
-        }
-        ycFactory factory = yc_TypeRegistry::instance().factory(row.name);
-        ASSERT_NE(factory, nullptr);
-        std::unique_ptr<ycPersistent> made(factory());
-        EXPECT_EQ(typeid(*made), typeid(*e));
-    }
-}
-
-TEST(ErrorTable, EveryClassComesBackFromAnArchiveAsItself)
-{
-    for (auto ordering : {ycArchive::bigEndian, ycArchive::littleEndian}) {
-        ycMemoryArchive out(ordering);
-        std::vector<std::unique_ptr<ycException>> sent;
-        for (const Row& row : kRows) {
-            sent.emplace_back(row.make());
-            out << *sent.back();
-        }
-        auto bytes = out.storage();
-        ycMemoryArchive in(bytes.data(), static_cast<std::int32_t>(bytes.size()));
-        for (const auto& original : sent) {
-            std::unique_ptr<ycPersistent> back = ycPersistent::readObject(in);
-            ASSERT_EQ(typeid(*back), typeid(*original));
-            EXPECT_EQ(static_cast<ycException&>(*back).message(true), original->message(true));
+        for (auto ordering : {ycArchive::bigEndian, ycArchive::littleEndian}) {
+            ycMemoryArchive out(ordering);
+            out << *e;
+            std::unique_ptr<ycPersistent> back = ycPersistent::readObject(*LoadArchive(out));
+            ASSERT_EQ(typeid(*back), typeid(*e));
+            EXPECT_EQ(static_cast<ycException&>(*back).message(true), e->message(true));
         }
     }
+    // Affine rectangle failures are a group of their own, not shape errors.
+    EXPECT_FALSE((caughtAsGroup<ycAffineRectangle::BadSkew, ycShapesError::Errors>()));
 }
 
 TEST(ErrorMessages, EveryRule)
@@ -273,7 +258,7 @@ TEST(ErrorMessages, EveryRule)
     struct Case {
         std::function<ycException*()> make;
         std::wstring withoutName;
-        std::wstring withName;
+        std::wstring withName; // empty: not checked
     } cases[] = {
         {[] { return new ycShapesError::BadParams(); }, L"no further information provided",
          L"ycShapesError::BadParams: no further information provided"},
@@ -290,6 +275,8 @@ TEST(ErrorMessages, EveryRule)
         {[] { return new ycUnknownError(0x1234abcd); }, L"Internal error code: 1234abcd", L""},
         {[] { return new ycUnknownError(-1); }, L"Internal error code: ffffffff", L""},
         {[] { return new ycRPC::RuntimeError(0x123, L"remote text"); }, L"remote text", L"ycRPC::RuntimeError: remote text"},
+        {[] { return new ycColorSpaceDefs::BadColorSpace(L"grey is not three planes"); }, L"grey is not three planes", L""},
+        {[] { return new ycPel::BadCoord(0, 99); }, L"no further information provided", L""},
     };
     for (const Case& c : cases) {
         std::unique_ptr<ycException> e(c.make());
@@ -302,55 +289,35 @@ TEST(ErrorMessages, EveryRule)
         e->message(os);
         EXPECT_EQ(os.str(), e->message(true));
     }
-    ycColorSpaceDefs::BadColorSpace text(L"grey is not three planes");
-    EXPECT_EQ(text.message(false), L"grey is not three planes");
-}
-
-TEST(ErrorNumbers, SpecialCases)
-{
-    EXPECT_EQ(yc_Resource::BrokenLock().errorNumber(), 0);
-    EXPECT_EQ(ycRPC::RuntimeError().errorNumber(), 0x10003401);
-    EXPECT_EQ(ycRPC::RuntimeError(0x42, L"").errorNumber(), 0x42);
-    EXPECT_EQ(ycArchive::UnknownType("Gear", "f", 3).name(), "Gear");
-    ycPel::BadCoord at(0, 99);
-    EXPECT_EQ(at.x(), 0);
-    EXPECT_EQ(at.y(), 99);
-    EXPECT_EQ(at.message(false), L"no further information provided");
-}
-
-TEST(ErrorGroups, OwnersDecideTheGroup)
-{
-    // Affine rectangle failures are a group of their own, not shape errors.
-    EXPECT_THROW(throw ycAffineRectangle::BadLength(), ycAffineRectangle::Errors);
-    try {
-        throw ycAffineRectangle::BadSkew();
-    } catch (const ycShapesError::Errors&) {
-        ADD_FAILURE() << "caught as a shape error";
-    } catch (const ycException&) {
-    }
-    EXPECT_THROW(throw ycRPCHandler::DuplicateHandler(), ycRPC::Errors);
-    EXPECT_THROW(throw yc2XformPoly::IllDefined(), yc2XformDefs::Errors);
-    EXPECT_THROW(throw ycTimeout::Cancel(), ycTimeout::Expired);
 }
 
 TEST(SuicideAndRethrow, ArrivesAsTheMostDerivedClassWithItsFields)
 {
-    ycException* heap = new ycArchive::UnknownType("Gear", "archive", 12);
-    try {
+    auto rethrow = [](ycException* heap) {
         heap->suicideAndRethrow();
         ADD_FAILURE() << "did not throw";
+    };
+    try {
+        rethrow(new ycArchive::UnknownType("Gear", "archive", 12));
     } catch (const ycArchive::UnknownType& e) {
         EXPECT_EQ(e.name(), "Gear");
-        EXPECT_EQ(e.line(), 12);
         EXPECT_EQ(e.file(), L"archive");
+        EXPECT_EQ(e.line(), 12);
     }
-
-    ycException* text = new ycRPC::RuntimeError(0x10006702, L"peer closed");
     try {
-        text->suicideAndRethrow();
+        rethrow(new ycRPC::RuntimeError(0x10006702, L"peer closed"));
     } catch (const ycRPC::RuntimeError& e) {
         EXPECT_EQ(e.errorNumber(), 0x10006702);
         EXPECT_EQ(e.info(), L"peer closed");
+    }
+    // One loaded from an archive, as a reply or a log brings it.
+    ycMemoryArchive out;
+    out << ycArchive::UnknownVersion("std/math/vector", 77);
+    try {
+        rethrow(static_cast<ycException*>(ycPersistent::readObject(*LoadArchive(out)).release()));
+    } catch (const ycArchive::UnknownVersion& e) {
+        EXPECT_EQ(e.file(), L"std/math/vector");
+        EXPECT_EQ(e.line(), 77);
     }
 }
 

@@ -1,7 +1,7 @@
 #include "bytes.h"
 
 #include <cstdlib>
-#include <filesystem>
+#include <fstream>
 #include <sstream>
 
 Bytes storedBody(ycArchive::Ordering ordering, const std::function<void(ycArchive&)>& store)
@@ -12,6 +12,13 @@ Bytes storedBody(ycArchive::Ordering ordering, const std::function<void(ycArchiv
     return Bytes(all.begin() + 2, all.end());
 }
 
+std::string bytesOf(ycMemoryArchive& stored)
+{
+    stored.sync();
+    auto all = stored.storage();
+    return std::string(all.begin(), all.end());
+}
+
 static std::string withHeader(ycArchive::Ordering ordering, const Bytes& body, bool seekable)
 {
     std::string bytes{char(seekable ? 3 : 2), char(ordering)};
@@ -20,17 +27,28 @@ static std::string withHeader(ycArchive::Ordering ordering, const Bytes& body, b
 }
 
 LoadArchive::LoadArchive(ycArchive::Ordering ordering, const Bytes& body, bool seekable)
-    : bytes_(withHeader(ordering, body, seekable)),
-      archive_(bytes_.data(), static_cast<std::int32_t>(bytes_.size()), seekable)
+    : LoadArchive(withHeader(ordering, body, seekable), seekable)
 {
 }
+
+LoadArchive::LoadArchive(std::string bytes, bool seekable)
+    : bytes_(std::move(bytes)), archive_(bytes_.data(), static_cast<std::int32_t>(bytes_.size()), seekable)
+{
+}
+
+LoadArchive::LoadArchive(ycMemoryArchive& stored) : LoadArchive(bytesOf(stored), stored.isSeekable()) {}
 
 Bytes hex(const std::string& text)
 {
     Bytes out;
     std::istringstream in(text);
-    std::string byte;
-    while (in >> byte) out.push_back(static_cast<std::uint8_t>(std::stoul(byte, nullptr, 16)));
+    std::string word;
+    while (in >> word) {
+        if (word[0] == '\'')
+            out.insert(out.end(), word.begin() + 1, word.end());
+        else
+            out.push_back(static_cast<std::uint8_t>(std::stoul(word, nullptr, 16)));
+    }
     return out;
 }
 
@@ -40,4 +58,10 @@ std::string testOutputDir()
     std::filesystem::path dir = env ? env : std::filesystem::temp_directory_path() / "tlvstd-tests";
     std::filesystem::create_directories(dir);
     return dir.string();
+}
+
+std::string fileBytes(const std::filesystem::path& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), {});
 }

@@ -1,5 +1,7 @@
 // Counted handles: sharing, conversions, many threads, and reloading shared
 // objects from an archive.
+#include "../support/bytes.h"
+
 #include "std/archive/memarchive.h"
 #include "std/archive/registry.h"
 #include "std/util/handle.h"
@@ -89,20 +91,18 @@ TEST(Handles, ManyThreadsOneObject)
 TEST(Handles, ReloadedReferencesShareOneObject)
 {
     gDestroyed = 0;
-    ycPtrHandle<Counted> one = yfMakeHandle<Counted>();
+    ycPtrHandle<Counted> one = yfMakeHandle<Counted>(), none;
     one->value = 7;
-    ycPtrHandle<Counted> none;
     ycMemoryArchive out;
     for (auto* h : {&one, &one, &none}) yfSerializeHandle(out, *h);
-    auto bytes = out.storage();
 
     ycPtrHandle<Counted> first, second, third(new Counted);
     {
-        ycMemoryArchive in(bytes.data(), static_cast<std::int32_t>(bytes.size()));
-        yfSerializeHandle(in, first);
+        LoadArchive in(out);
+        yfSerializeHandle(*in, first);
         first.reset(); // the archive still holds it
-        yfSerializeHandle(in, second);
-        yfSerializeHandle(in, third);
+        yfSerializeHandle(*in, second);
+        yfSerializeHandle(*in, third);
         EXPECT_EQ(second->refCount(), 2);
     }
     EXPECT_EQ(gDestroyed, 1); // only the object `third` held before
@@ -110,10 +110,8 @@ TEST(Handles, ReloadedReferencesShareOneObject)
     EXPECT_EQ(second->value, 7);
     EXPECT_EQ(second->refCount(), 1);
     EXPECT_FALSE(third);
-
     ycPtrHandle<Other> wrong;
-    ycMemoryArchive in(bytes.data(), static_cast<std::int32_t>(bytes.size()));
-    EXPECT_THROW(yfSerializeHandle(in, wrong), ycArchive::BadType);
+    EXPECT_THROW(yfSerializeHandle(*LoadArchive(out), wrong), ycArchive::BadType);
 }
 
 } // namespace
