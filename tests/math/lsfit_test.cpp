@@ -5,15 +5,16 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <cmath>
-#include <complex>
-#include <functional>
 #include <random>
 
 namespace {
 
 using V = ycVector<2>;
 using Pairs = std::vector<std::pair<V, V>>; // (target, source)
+using L = long double;
 
 ycLSPointToPointFitter fitterOf(const Pairs& pairs)
 {
@@ -24,22 +25,23 @@ ycLSPointToPointFitter fitterOf(const Pairs& pairs)
 
 double pointResidual(const Pairs& pairs, const ycXform<2>& t)
 {
-    long double sum = 0;
+    L sum = 0;
     for (const auto& [a, b] : pairs) {
         V d = a - t.mapPoint(b);
-        sum += static_cast<long double>(d.x()) * d.x() + static_cast<long double>(d.y()) * d.y();
+        sum += static_cast<L>(d.x()) * d.x() + static_cast<L>(d.y()) * d.y();
     }
     return static_cast<double>(sum);
 }
 
+// Elements within `rel` of the larger of 1 and the largest matrix element,
+// translation within `rel` of the larger of 1 and its length.
 void expectNear(const ycXform<2>& got, const ycXform<2>& want, double rel)
 {
+    const ycMatrix<2>& g = got.matrix();
+    const ycMatrix<2>& w = want.matrix();
     double scale = 1.0;
-    for (int r = 0; r < 2; ++r)
-        for (int c = 0; c < 2; ++c) scale = std::max(scale, std::fabs(want.matrix().element(r, c)));
-    for (int r = 0; r < 2; ++r)
-        for (int c = 0; c < 2; ++c)
-            EXPECT_NEAR(got.matrix().element(r, c), want.matrix().element(r, c), rel * scale) << r << c;
+    for (int i = 0; i < 4; ++i) scale = std::max(scale, std::fabs(w.element(i / 2, i % 2)));
+    for (int i = 0; i < 4; ++i) EXPECT_NEAR(g.element(i / 2, i % 2), w.element(i / 2, i % 2), rel * scale) << i;
     double tScale = std::max(1.0, want.trans().len());
     EXPECT_NEAR(got.trans().x(), want.trans().x(), rel * tScale);
     EXPECT_NEAR(got.trans().y(), want.trans().y(), rel * tScale);
@@ -47,41 +49,18 @@ void expectNear(const ycXform<2>& got, const ycXform<2>& want, double rel)
 
 ycXform<2> rotScale(double degrees, double sx, double sy, V t)
 {
-    double r = degrees * yc_kDegToRad;
-    ycMatrix<2> rot(std::cos(r), -std::sin(r), std::sin(r), std::cos(r));
-    return ycXform<2>(rot * ycMatrix<2>(sx, 0, 0, sy), t);
-}
-
-Pairs mapped(const ycXform<2>& t, const std::vector<V>& sources)
-{
-    Pairs out;
-    for (const V& b : sources) out.emplace_back(t.mapPoint(b), b);
-    return out;
-}
-
-std::vector<V> grid3()
-{
-    std::vector<V> g;
-    for (int y = -1; y <= 1; ++y)
-        for (int x = -1; x <= 1; ++x) g.emplace_back(x, y);
-    return g;
+    const double r = degrees * yc_kDegToRad;
+    return ycXform<2>(ycMatrix<2>(std::cos(r), -std::sin(r), std::sin(r), std::cos(r)) * ycMatrix<2>(sx, 0, 0, sy), t);
 }
 
 TEST(SolveQuadratic, RootOrderAndDegenerateCases)
 {
-    struct Row {
-        double a, b, c;
-        int count;
-        double r1, r2;
-    } rows[] = {
-        {1, -3, 2, 2, 1, 2},        // smaller magnitude first
-        {1, 3, 2, 2, -1, -2},
-        {-1, 0, 4, 2, -2, 2},       // b == 0 takes sign +1
-        {1, -2, 1, 1, 1, 1},        // double root
-        {1, 0, 0, 1, 0, 0},
-        {2, 0, 1, 0, 9, 9},         // no real root: outputs untouched
-        {0, 2, -4, 1, 2, 2},        // linear
-        {0, 0, 1, 0, 9, 9},
+    struct Row { double a, b, c; int count; double r1, r2; } rows[] = {
+        {1, -3, 2, 2, 1, 2}, {1, 3, 2, 2, -1, -2}, // smaller magnitude first
+        {-1, 0, 4, 2, -2, 2},                      // b == 0 takes sign +1
+        {1, -2, 1, 1, 1, 1}, {1, 0, 0, 1, 0, 0},   // double root
+        {2, 0, 1, 0, 9, 9},                        // no real root: outputs untouched
+        {0, 2, -4, 1, 2, 2}, {0, 0, 1, 0, 9, 9},   // linear
     };
     for (const Row& row : rows) {
         double r1 = 9, r2 = 9;
@@ -98,22 +77,20 @@ TEST(SolveQuadratic, RootOrderAndDegenerateCases)
 
 TEST(PointToPointFit, ExactDataRecoversEachModel)
 {
-    std::vector<V> sources = {{0, 0}, {4, 1}, {-2, 3}, {5, -6}, {1, 7}};
-    struct Row {
-        int dof;
-        ycXform<2> truth;
-        std::vector<V> sources;
-    } rows[] = {
+    const std::vector<V> sources = {{0, 0}, {4, 1}, {-2, 3}, {5, -6}, {1, 7}};
+    std::vector<V> grid; // symmetric: the quadratic's leading coefficient is nearly zero
+    for (int i = 0; i < 9; ++i) grid.emplace_back(i % 3 - 1, i / 3 - 1);
+    struct Row { int dof; ycXform<2> truth; std::vector<V> sources; } rows[] = {
         {3, yc2Rigid(ycDegree(30), V(3, -1)).linear(), sources},
         {4, rotScale(-75, 2.5, 2.5, V(-4, 2)), sources},
         {5, rotScale(40, 1.5, 0.25, V(1, 8)), sources},
-        // Symmetric grid: the quadratic's leading coefficient is nearly zero.
-        {5, rotScale(30, 2, 0.5, V(3, -1)), grid3()},
+        {5, rotScale(30, 2, 0.5, V(3, -1)), grid},
         {6, ycXform<2>(ycMatrix<2>(1.5, 0.3, -0.7, 0.9), V(10, 20)), sources},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.dof);
-        ycLSPointToPointFitter f = fitterOf(mapped(row.truth, row.sources));
+        ycLSPointToPointFitter f;
+        for (const V& b : row.sources) f.update(row.truth.mapPoint(b), b);
         expectNear(f.fit(row.dof), row.truth, 1e-12);
         EXPECT_NEAR(f.error(f.fit(row.dof)), 0.0, 1e-9); // the sums cancel to rounding
     }
@@ -122,106 +99,85 @@ TEST(PointToPointFit, ExactDataRecoversEachModel)
     for (int dof : {3, 4}) expectNear(f.fit(dof), ycXform<2>(ycMatrix<2>(), V(3, 4)), 1e-15);
 }
 
-// Independent solutions, each by another method than the fitter's sums.
-ycXform<2> procrustes(const Pairs& p, bool withScale)
+// Independent solutions, by another method than the fitter's sums: the
+// normal equations of the points themselves, in long double. Each equation
+// is a row of coefficients of the unknowns and the value the row should give.
+template <std::size_t N>
+using Equations = std::vector<std::pair<std::array<L, N>, L>>;
+
+template <std::size_t N>
+std::array<double, N> leastSquares(const Equations<N>& eqs)
 {
-    std::complex<long double> m1, m2;
-    for (const auto& [a, b] : p) {
-        m1 += std::complex<long double>(a.x(), a.y());
-        m2 += std::complex<long double>(b.x(), b.y());
+    L m[N][N + 1] = {};
+    for (const auto& [row, value] : eqs) {
+        for (std::size_t i = 0; i < N; ++i) {
+            for (std::size_t j = 0; j < N; ++j) m[i][j] += row[i] * row[j];
+            m[i][N] += row[i] * value;
+        }
     }
-    m1 /= static_cast<long double>(p.size());
-    m2 /= static_cast<long double>(p.size());
-    std::complex<long double> num;
-    long double den = 0;
-    for (const auto& [a, b] : p) {
-        auto za = std::complex<long double>(a.x(), a.y()) - m1;
-        auto zb = std::complex<long double>(b.x(), b.y()) - m2;
-        num += za * std::conj(zb);
-        den += std::norm(zb);
+    for (std::size_t c = 0; c < N; ++c) { // positive definite: no pivoting needed
+        for (std::size_t r = 0; r < N; ++r) {
+            const L k = r == c ? 0 : m[r][c] / m[c][c];
+            for (std::size_t j = c; j <= N; ++j) m[r][j] -= k * m[c][j];
+        }
     }
-    std::complex<long double> w = withScale ? num / den : num / std::abs(num);
-    std::complex<long double> t = m1 - w * m2;
-    return ycXform<2>(ycMatrix<2>(static_cast<double>(w.real()), static_cast<double>(-w.imag()),
-                                  static_cast<double>(w.imag()), static_cast<double>(w.real())),
-                      V(static_cast<double>(t.real()), static_cast<double>(t.imag())));
+    std::array<double, N> x;
+    for (std::size_t i = 0; i < N; ++i) x[i] = static_cast<double>(m[i][N] / m[i][i]);
+    return x;
 }
 
-// Affine by the normal equations of each output coordinate.
-ycXform<2> normalEquations(const Pairs& p)
+// 3 and 4: a x - b y + tx, b x + a y + ty; the rigid rotation is the
+// similarity's at unit length, about the centroids. 6: affine. 5: for a fixed
+// angle, two straight-line regressions of R^T a on b; the angle is where the
+// residual's derivative changes sign near the best of a fine scan.
+ycXform<2> independentFit(const Pairs& p, int dof)
 {
-    long double g[3][3] = {}, hx[3] = {}, hy[3] = {};
+    Equations<4> eq4;
+    Equations<6> eq6;
+    V ma, mb;
     for (const auto& [a, b] : p) {
-        long double row[3] = {b.x(), b.y(), 1};
-        for (int i = 0; i < 3; ++i) {
-            for (int j = 0; j < 3; ++j) g[i][j] += row[i] * row[j];
-            hx[i] += row[i] * a.x();
-            hy[i] += row[i] * a.y();
+        eq4.push_back({{b.x(), -b.y(), 1, 0}, a.x()});
+        eq4.push_back({{b.y(), b.x(), 0, 1}, a.y()});
+        eq6.push_back({{b.x(), b.y(), 1, 0, 0, 0}, a.x()});
+        eq6.push_back({{0, 0, 0, b.x(), b.y(), 1}, a.y()});
+        ma += a / static_cast<double>(p.size());
+        mb += b / static_cast<double>(p.size());
+    }
+    if (dof == 6) {
+        const auto x = leastSquares(eq6);
+        return ycXform<2>(ycMatrix<2>(x[0], x[1], x[3], x[4]), V(x[2], x[5]));
+    }
+    if (dof < 5) {
+        const auto [c, s, tx, ty] = leastSquares(eq4);
+        const double k = dof == 3 ? 1 / std::hypot(c, s) : 1;
+        const ycMatrix<2> m(k * c, -k * s, k * s, k * c);
+        return ycXform<2>(m, dof == 3 ? ma - m * mb : V(tx, ty));
+    }
+    L cov[2][2] = {}, var[2] = {}; // centred: cov[i][j] of source coordinate i with target coordinate j
+    for (const auto& [a, b] : p) {
+        const L da[2] = {a.x() - ma.x(), a.y() - ma.y()}, db[2] = {b.x() - mb.x(), b.y() - mb.y()};
+        for (int i = 0; i < 2; ++i) {
+            var[i] += db[i] * db[i];
+            for (int j = 0; j < 2; ++j) cov[i][j] += db[i] * da[j];
         }
     }
-    auto solve = [&](const long double (&h)[3]) {
-        long double m[3][4];
-        for (int i = 0; i < 3; ++i) {
-            for (int j = 0; j < 3; ++j) m[i][j] = g[i][j];
-            m[i][3] = h[i];
-        }
-        for (int c = 0; c < 3; ++c) {
-            int pivot = c;
-            for (int r = c + 1; r < 3; ++r)
-                if (std::fabs(m[r][c]) > std::fabs(m[pivot][c])) pivot = r;
-            std::swap(m[c], m[pivot]);
-            for (int r = 0; r < 3; ++r) {
-                if (r == c) continue;
-                long double k = m[r][c] / m[c][c];
-                for (int j = c; j < 4; ++j) m[r][j] -= k * m[c][j];
-            }
-        }
-        return std::array<double, 3>{static_cast<double>(m[0][3] / m[0][0]), static_cast<double>(m[1][3] / m[1][1]),
-                                     static_cast<double>(m[2][3] / m[2][2])};
-    };
-    auto x = solve(hx), y = solve(hy);
-    return ycXform<2>(ycMatrix<2>(x[0], x[1], y[0], y[1]), V(x[2], y[2]));
-}
-
-// Rotation and two axis scales: for a fixed angle the rest is two straight-line
-// regressions; the angle is where the residual's derivative changes sign.
-ycXform<2> searchFiveParameter(const Pairs& p)
-{
     auto best = [&](double theta) {
-        double c = std::cos(theta), s = std::sin(theta);
-        long double sb[2] = {}, sbb[2] = {}, su[2] = {}, sbu[2] = {};
-        for (const auto& [a, b] : p) {
-            long double u[2] = {c * a.x() + s * a.y(), -s * a.x() + c * a.y()}; // R^T a
-            long double bb[2] = {b.x(), b.y()};
-            for (int k = 0; k < 2; ++k) {
-                sb[k] += bb[k];
-                sbb[k] += bb[k] * bb[k];
-                su[k] += u[k];
-                sbu[k] += bb[k] * u[k];
-            }
-        }
-        long double n = static_cast<long double>(p.size()), scale[2], off[2];
-        for (int k = 0; k < 2; ++k) {
-            scale[k] = (n * sbu[k] - sb[k] * su[k]) / (n * sbb[k] - sb[k] * sb[k]);
-            off[k] = (su[k] - scale[k] * sb[k]) / n;
-        }
-        ycMatrix<2> rot(c, -s, s, c);
-        ycXform<2> x(rot * ycMatrix<2>(static_cast<double>(scale[0]), 0, 0, static_cast<double>(scale[1])),
-                     rot * V(static_cast<double>(off[0]), static_cast<double>(off[1])));
-        return x;
+        const double c = std::cos(theta), s = std::sin(theta);
+        const double sx = static_cast<double>((c * cov[0][0] + s * cov[0][1]) / var[0]);
+        const double sy = static_cast<double>((c * cov[1][1] - s * cov[1][0]) / var[1]);
+        const ycMatrix<2> m = ycMatrix<2>(c, -s, s, c) * ycMatrix<2>(sx, 0, 0, sy);
+        return ycXform<2>(m, ma - m * mb);
     };
     auto residual = [&](double theta) { return pointResidual(p, best(theta)); };
-    double lo = 0, step = yc_kPi / 720, bestTheta = 0, bestValue = residual(0);
+    const double step = yc_kPi / 720;
+    double bestTheta = 0, bestValue = residual(0);
     for (double t = step; t < yc_kPi; t += step) {
-        double v = residual(t);
-        if (v < bestValue) bestValue = v, bestTheta = t;
+        if (double v = residual(t); v < bestValue) bestValue = v, bestTheta = t;
     }
-    auto slope = [&](double t) { return (residual(t + 1e-6) - residual(t - 1e-6)) / 2e-6; };
-    lo = bestTheta - step;
-    double hi = bestTheta + step;
+    double lo = bestTheta - step, hi = bestTheta + step;
     for (int i = 0; i < 100; ++i) {
-        double mid = 0.5 * (lo + hi);
-        (slope(mid) > 0 ? hi : lo) = mid;
+        const double mid = 0.5 * (lo + hi);
+        (residual(mid + 1e-6) > residual(mid - 1e-6) ? hi : lo) = mid;
     }
     return best(0.5 * (lo + hi));
 }
@@ -240,49 +196,36 @@ TEST(PointToPointFit, NoisyDataAgreesWithIndependentSolutions)
             pairs.emplace_back(truth.mapPoint(b) + V(noise(rng), noise(rng)), b);
         }
         ycLSPointToPointFitter f = fitterOf(pairs);
-        const ycXform<2> fits[] = {f.fit(3), f.fit(4), f.fit(5), f.fit(6)};
-        const ycXform<2> independent[] = {procrustes(pairs, false), procrustes(pairs, true),
-                                          searchFiveParameter(pairs), normalEquations(pairs)};
+        double e[4];
         for (int k = 0; k < 4; ++k) {
             SCOPED_TRACE(k + 3);
-            expectNear(fits[k], independent[k], k == 2 ? 1e-8 : 1e-9);
-            double byPoints = pointResidual(pairs, fits[k]);
-            EXPECT_NEAR(f.error(fits[k]), byPoints, 1e-9 * byPoints);
-            EXPECT_NEAR(byPoints, pointResidual(pairs, independent[k]), 1e-9 * byPoints);
+            const ycXform<2> fit = f.fit(k + 3);
+            const ycXform<2> independent = independentFit(pairs, k + 3);
+            expectNear(fit, independent, k == 2 ? 1e-8 : 1e-9);
+            e[k] = f.error(fit);
+            const double byPoints = pointResidual(pairs, fit);
+            EXPECT_NEAR(e[k], byPoints, 1e-9 * byPoints);
+            EXPECT_NEAR(byPoints, pointResidual(pairs, independent), 1e-9 * byPoints);
         }
-        const ycMatrix<2>& m5 = fits[2].matrix();
+        const ycMatrix<2> m5 = f.fit(5).matrix(); // orthogonal columns
         EXPECT_NEAR(m5.element(0, 0) * m5.element(0, 1) + m5.element(1, 0) * m5.element(1, 1), 0.0, 1e-9);
-        double e[4];
-        for (int k = 0; k < 4; ++k) e[k] = f.error(fits[k]);
-        EXPECT_LE(e[3], e[2] * (1 + 1e-12));
-        EXPECT_LE(e[2], e[1] * (1 + 1e-12));
-        EXPECT_LE(e[1], e[0] * (1 + 1e-12));
+        for (int k = 1; k < 4; ++k) EXPECT_LE(e[k], e[k - 1] * (1 + 1e-12)) << k; // more freedom, no larger error
     }
 }
 
-TEST(PointToPointFit, ResidualAndMappingFromTheSums)
+// Mapping the targets through a transform, by the sums or point by point.
+TEST(PointToPointFit, MappingTheSumsIsMappingThePoints)
 {
-    Pairs pairs = {{V(1, 2), V(0, 1)}, {V(-3, 5), V(2, 2)}, {V(7, -1), V(-4, 3)}, {V(0.5, 0.25), V(1, -1)}};
-    ycLSPointToPointFitter f = fitterOf(pairs);
-    ycXform<2> t(ycMatrix<2>(0.8, -0.3, 0.2, 1.1), V(0.5, -2));
-    EXPECT_NEAR(f.error(t), pointResidual(pairs, t), 1e-12);
-
-    // Mapping the targets through a transform, by the sums or point by point.
-    ycXform<2> moved(ycMatrix<2>(2, 1, -1, 3), V(4, -5));
+    const Pairs pairs = {{V(1, 2), V(0, 1)}, {V(-3, 5), V(2, 2)}, {V(7, -1), V(-4, 3)}, {V(0.5, 0.25), V(1, -1)}};
+    const ycXform<2> moved(ycMatrix<2>(2, 1, -1, 3), V(4, -5)), t(ycMatrix<2>(0.8, -0.3, 0.2, 1.1), V(0.5, -2));
     Pairs movedPairs;
     for (const auto& [a, b] : pairs) movedPairs.emplace_back(moved.mapPoint(a), b);
-    ycLSPointToPointFitter byPoints = fitterOf(movedPairs), bySums = moved * f;
+    ycLSPointToPointFitter byPoints = fitterOf(movedPairs), bySums = moved * fitterOf(pairs);
     for (int dof = 3; dof <= 6; ++dof) expectNear(bySums.fit(dof), byPoints.fit(dof), 1e-12);
     EXPECT_NEAR(bySums.error(t), byPoints.error(t), 1e-9);
-
-    ycLSPointToPointFitter copy = f;
-    copy.update(V(9, 9), V(1, 1));
-    EXPECT_EQ(copy.count(), 5);
-    EXPECT_EQ(f.count(), 4);
-    copy = f;
-    expectNear(copy.fit(6), f.fit(6), 0);
-    copy.reset();
-    EXPECT_EQ(copy.count(), 0);
+    EXPECT_NEAR(byPoints.error(t), pointResidual(movedPairs, t), 1e-9);
+    byPoints.reset();
+    EXPECT_EQ(byPoints.count(), 0);
 }
 
 TEST(PointToPointFit, FailuresLeaveTheSumsAlone)
@@ -294,11 +237,12 @@ TEST(PointToPointFit, FailuresLeaveTheSumsAlone)
     for (int dof : {2, 7, 0, -1}) EXPECT_THROW(none.fit(dof), BadArg);
 
     ycLSPointToPointFitter one({V(1, 1)}, {V(0, 0)});
-    for (int dof = 3; dof <= 6; ++dof) EXPECT_THROW(one.fit(dof), Unstable) << dof;
-
     // Identical sources: no rotation, scale or shape can be told.
     ycLSPointToPointFitter same({V(1, 1), V(2, 3), V(4, 0)}, {V(5, 5), V(5, 5), V(5, 5)});
-    for (int dof = 3; dof <= 6; ++dof) EXPECT_THROW(same.fit(dof), Unstable) << dof;
+    for (int dof = 3; dof <= 6; ++dof) {
+        EXPECT_THROW(one.fit(dof), Unstable) << dof;
+        EXPECT_THROW(same.fit(dof), Unstable) << dof;
+    }
     // Collinear sources: the affine fit cannot tell the second axis.
     ycLSPointToPointFitter line({V(1, 1), V(2, 3), V(4, 0)}, {V(0, 0), V(1, 1), V(2, 2)});
     EXPECT_THROW(line.fit(6), Unstable);

@@ -11,8 +11,8 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <tuple>
 #include <functional>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -39,67 +39,51 @@ Buf startingBuffer()
 
 const ycPair<std::int32_t> kImageShift(99, 49);
 
-TEST(PelBuffer, WindowRootClipsOrThrowsAndKeepsImageCoordinates)
+// Windows set on startingBuffer() in root coordinates, in image coordinates
+// and relative to the window (where a zero width may sit on the right edge).
+// A refusal throws BadWindow and changes nothing; otherwise the call returns
+// whether it clipped, and image coordinates stay where they were.
+TEST(PelBuffer, WindowingClipsOrRefusesAndKeepsImageCoordinates)
 {
-    struct Case {
-        ycPelRect in;
-        bool clip, throws, clipped;
-        ycPelRect window;
-    } cases[] = {
-        {{2, 3, 4, 5}, false, false, false, {2, 3, 4, 5}},
-        {{8, 0, 0, 8}, false, false, false, {8, 0, 0, 8}}, // empty, on the right edge
-        {{6, 6, 4, 4}, false, true, false, {}},
-        {{6, 6, 4, 4}, true, false, true, {6, 6, 2, 2}},
-        {{-2, -1, 4, 4}, true, false, true, {0, 0, 2, 3}},
-        {{10, 0, 5, 5}, true, false, true, {0, 0, 0, 5}}, // wholly outside: empty at the origin
-        {{3, 9, 2, 2}, true, false, true, {0, 0, 2, 0}},
-        {{0, 0, -1, 5}, true, true, false, {}}, // negative sizes are never clipped
-        {{0, 0, 5, -1}, false, true, false, {}},
-        {{kMax - 2, 0, 5, 1}, false, true, false, {}}, // the end does not wrap
-        {{kMax, 0, kMax, 1}, true, false, true, {0, 0, 0, 1}},
-        {{-5, 0, kMax, 8}, true, false, true, {0, 0, 8, 8}},
+    enum Call { root, image, sub };
+    struct Case { Call call; ycPelRect in; bool clip, throws, clipped; ycPelRect window; } cases[] = {
+        {root, {2, 3, 4, 5}, false, false, false, {2, 3, 4, 5}},  {root, {6, 6, 4, 4}, false, true, false, {}},
+        {root, {8, 0, 0, 8}, false, false, false, {8, 0, 0, 8}}, // empty, on the right edge
+        {root, {6, 6, 4, 4}, true, false, true, {6, 6, 2, 2}},    {root, {-2, -1, 4, 4}, true, false, true, {0, 0, 2, 3}},
+        {root, {10, 0, 5, 5}, true, false, true, {0, 0, 0, 5}}, // wholly outside: empty at the origin
+        {root, {3, 9, 2, 2}, true, false, true, {0, 0, 2, 0}},    {root, {0, 0, 5, -1}, false, true, false, {}},
+        {root, {0, 0, -1, 5}, true, true, false, {}},            // negative sizes are never clipped
+        {root, {kMax - 2, 0, 5, 1}, false, true, false, {}},     // the end does not wrap
+        {root, {kMax, 0, kMax, 1}, true, false, true, {0, 0, 0, 1}},
+        {root, {-5, 0, kMax, 8}, true, false, true, {0, 0, 8, 8}},
+        {image, {99 + 2, 49 + 3, 4, 5}, false, false, false, {2, 3, 4, 5}},
+        {image, {90, 40, 20, 20}, true, false, true, {0, 0, 8, 8}},
+        {sub, {3, 0, 0, 3}, false, false, false, {4, 1, 0, 3}}, {sub, {0, 3, 3, 0}, false, false, false, {1, 4, 3, 0}},
+        {sub, {1, 1, 2, 2}, false, false, false, {2, 2, 2, 2}}, {sub, {4, 0, 0, 3}, false, true, false, {}},
+        {sub, {-1, 0, 1, 1}, false, true, false, {}},           {sub, {0, 0, 4, 1}, false, true, false, {}},
+        {sub, {2, 0, 2, 1}, false, true, false, {}},            {sub, {0, 0, -1, 0}, false, true, false, {}},
+        {sub, {0, kMax, 0, 1}, false, true, false, {}},
     };
     for (const Case& c : cases) {
-        SCOPED_TRACE(::testing::Message() << c.in.x() << "," << c.in.y() << "," << c.in.width() << ","
-                                          << c.in.height() << " clip " << c.clip);
+        SCOPED_TRACE(::testing::Message() << "call " << c.call << " " << c.in.x() << "," << c.in.y() << ","
+                                          << c.in.width() << "," << c.in.height() << " clip " << c.clip);
         Buf b = startingBuffer();
         const State before = stateOf(b);
+        auto call = [&] {
+            if (c.call == sub) b.subWindow(c.in.origin(), c.in.size());
+            return c.call == root ? b.windowRoot(c.in, c.clip) : c.call == image ? b.window(c.in, c.clip) : false;
+        };
         if (c.throws) {
-            EXPECT_THROW(b.windowRoot(c.in, c.clip), ycPel::BadWindow);
+            EXPECT_THROW(call(), ycPel::BadWindow);
             EXPECT_EQ(stateOf(b), before);
             continue;
         }
-        EXPECT_EQ(b.windowRoot(c.in, c.clip), c.clipped);
+        EXPECT_EQ(call(), c.clipped);
         EXPECT_EQ(b.windowRoot(), c.window);
         EXPECT_EQ(b.offset() - b.offsetRoot(), kImageShift);
         b.repInvariant();
     }
-}
-
-TEST(PelBuffer, WindowInImageCoordinatesAndSubWindows)
-{
-    Buf b = startingBuffer();
-    EXPECT_FALSE(b.window(99 + 2, 49 + 3, 4, 5));
-    EXPECT_EQ(b.windowRoot(), ycPelRect(2, 3, 4, 5));
-    EXPECT_TRUE(b.window(ycPair<std::int32_t>(90, 40), ycPair<std::int32_t>(20, 20), true));
-    EXPECT_EQ(b.windowRoot(), ycPelRect(0, 0, 8, 8));
-    EXPECT_EQ(b.windowEntire(), ycPelRect(99, 49, 8, 8));
-
-    // Relative to the window (1, 1, 3, 3); a zero width may sit on its right
-    // edge. The first three are accepted.
-    const ycPelRect subs[] = {{3, 0, 0, 3},  {0, 3, 3, 0}, {1, 1, 2, 2},  {4, 0, 0, 3}, {-1, 0, 1, 1},
-                              {0, 0, 4, 1}, {2, 0, 2, 1}, {0, 0, -1, 0}, {0, kMax, 0, 1}};
-    for (const ycPelRect& r : subs) {
-        Buf s = startingBuffer();
-        const State before = stateOf(s);
-        if (&r - subs < 3) {
-            s.subWindow(r.origin(), r.size());
-            EXPECT_TRUE(s.windowRoot() == r.translate(1, 1) && s.offset() - s.offsetRoot() == kImageShift);
-        } else {
-            EXPECT_THROW(s.subWindow(r.origin(), r.size()), ycPel::BadWindow) << r.x() << "," << r.y();
-            EXPECT_EQ(stateOf(s), before);
-        }
-    }
+    EXPECT_EQ(startingBuffer().windowEntire(), ycPelRect(99, 49, 8, 8));
 
     // Image coordinates that would leave 32 bits are refused, not wrapped.
     Buf far(8, 8);
@@ -171,14 +155,14 @@ TEST(PelBuffer, CopiesShareThePelsButNotTheWindow)
     EXPECT_THROW((void)(b < c), ycAssertFailure);
 }
 
-TEST(PelBuffer, BindAppliesTheOwnWindowToTheNewRoot)
+// bind applies the buffer's own window to the new root; an unbound buffer
+// refuses what needs a root; disconnectRoot hands over an unshared root.
+TEST(PelBuffer, BindUnboundAndDisconnect)
 {
-    Buf big(8, 8), small(4, 4);
-    Buf b(8, 8);
+    Buf big(8, 8), small(4, 4), b(8, 8), fresh, unbound;
     b.windowRoot(1, 1, 2, 2);
     EXPECT_FALSE(b.bind(small));
     EXPECT_TRUE(b.root() == small.root() && b.windowRoot() == ycPelRect(1, 1, 2, 2));
-
     Buf wide = big;
     wide.windowRoot(5, 5, 3, 3);
     const State before = stateOf(wide);
@@ -186,35 +170,24 @@ TEST(PelBuffer, BindAppliesTheOwnWindowToTheNewRoot)
     EXPECT_EQ(stateOf(wide), before);
     EXPECT_TRUE(wide.bind(small, true));
     EXPECT_EQ(wide.windowRoot(), ycPelRect(0, 0, 0, 0));
-
-    Buf fresh;
     EXPECT_FALSE(fresh.bind(big));
     EXPECT_EQ(fresh.windowRoot(), ycPelRect(0, 0, 0, 0));
     EXPECT_FALSE(fresh.bind(Buf()));
     EXPECT_EQ(big.refc(), 1);
-}
 
-TEST(PelBuffer, UnboundBuffersRefuseWhatNeedsARoot)
-{
-    Buf b;
     unsigned char pel = 0;
     const std::function<void()> calls[] = {
-        [&] { b.windowRoot(0, 0, 0, 0); }, [&] { b.window(0, 0, 0, 0); }, [&] { b.subWindow(0, 0, 0, 0); },
-        [&] { b.setEntire(); },            [&] { (void)b.windowEntire(); }, [&] { (void)b.get(0, 0); },
-        [&] { b.copyToBuffer(&pel); },     [&] { b.disconnectRoot(); },     [&] { b.pointToOffset(); },
+        [&] { unbound.windowRoot(0, 0, 0, 0); }, [&] { unbound.window(0, 0, 0, 0); }, [&] { unbound.setEntire(); },
+        [&] { unbound.subWindow(0, 0, 0, 0); },  [&] { (void)unbound.windowEntire(); }, [&] { (void)unbound.get(0, 0); },
+        [&] { unbound.copyToBuffer(&pel); },     [&] { unbound.disconnectRoot(); },     [&] { unbound.pointToOffset(); },
     };
     for (const auto& call : calls) EXPECT_THROW(call(), ycPel::UnboundWindow);
-    EXPECT_FALSE(b.contains(&pel));
-}
+    EXPECT_FALSE(unbound.contains(&pel));
 
-TEST(PelBuffer, DisconnectRootHandsOverAnUnsharedRoot)
-{
-    Buf a(5, 5);
-    Buf b = a;
+    Buf a(5, 5), shared = a;
     EXPECT_THROW(a.disconnectRoot(), ycAssertFailure);
     EXPECT_EQ(a.refc(), 2);
-    b.setUnbound();
-
+    shared.setUnbound();
     a.put(1, 1, 7);
     ycPelRootOwner<ycPelRoot<unsigned char>> owner = a.disconnectRoot();
     ASSERT_TRUE(owner);

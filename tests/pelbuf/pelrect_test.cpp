@@ -13,18 +13,12 @@ constexpr std::int32_t kMin = std::numeric_limits<std::int32_t>::min();
 TEST(PelRect, Containment)
 {
     const ycPelRect outer(0, 0, 8, 8);
-    struct Row {
-        ycPelRect outer, inner;
-        bool want;
-    };
+    struct Row { ycPelRect outer, inner; bool want; };
     const Row rows[] = {
-        {outer, {0, 0, 8, 8}, true},
-        {outer, {2, 3, 4, 5}, true},
-        {outer, {2, 3, 4, 6}, false},
-        {outer, {-1, 0, 2, 2}, false},
-        {outer, {8, 0, 0, 8}, true},  // an empty window at the right edge
-        {outer, {8, 8, 0, 0}, true},
-        {outer, {9, 0, 0, 8}, false}, // origin outside the closed rectangle
+        {outer, {0, 0, 8, 8}, true},   {outer, {2, 3, 4, 5}, true},   {outer, {2, 3, 4, 6}, false},
+        {outer, {-1, 0, 2, 2}, false}, {outer, {8, 8, 0, 0}, true},
+        {outer, {8, 0, 0, 8}, true},   // an empty window at the right edge
+        {outer, {9, 0, 0, 8}, false},  // origin outside the closed rectangle
         {outer, {4, 4, -1, 2}, false}, // negative sizes are never inside
         {{0, 0, -4, 8}, {-2, 0, 1, 1}, false},
         {{kMax, kMax, kMax, kMax}, {kMax, kMax, kMax, kMax}, true}, // ends beyond 32 bits
@@ -36,12 +30,9 @@ TEST(PelRect, Containment)
     }
 }
 
-TEST(PelRect, IntersectionAndOverlap)
+TEST(PelRect, IntersectionOverlapAndTranslation)
 {
-    struct Row {
-        ycPelRect a, b, want;
-        bool overlaps;
-    };
+    struct Row { ycPelRect a, b, want; bool overlaps; };
     const Row rows[] = {
         {{0, 0, 8, 8}, {2, 2, 8, 8}, {2, 2, 6, 6}, true},
         {{0, 0, 8, 8}, {10, 0, 5, 5}, {10, 0, 0, 5}, false}, // origin at the max corner, outside
@@ -56,11 +47,9 @@ TEST(PelRect, IntersectionAndOverlap)
         EXPECT_EQ(r.b.intersect(r.a), r.want) << r.b.x() << "," << r.b.y();
         EXPECT_EQ(r.a.overlaps(r.b), r.overlaps) << r.b.x() << "," << r.b.y();
     }
-
     EXPECT_EQ(ycPelRect(1, 2, 3, 4).translate(10, -20), ycPelRect(11, -18, 3, 4));
     EXPECT_EQ(ycPelRect(kMax, 0, 1, 1).translate(ycPair<std::int32_t>(1, 0)).x(), kMin);
-    EXPECT_TRUE(ycPelRect(5, 5, 0, 3).isEmpty());
-    EXPECT_TRUE(ycPelRect(5, 5, -1, 3).isEmpty());
+    EXPECT_TRUE(ycPelRect(5, 5, 0, 3).isEmpty() && ycPelRect(5, 5, -1, 3).isEmpty());
     EXPECT_EQ(ycPelRect({1, 2}, {3, 4}).size(), ycPair<std::int32_t>(3, 4));
 }
 

@@ -33,12 +33,7 @@ const void* firstPel(const ycPelRoot<T>& root)
 
 TEST(PelRootPadding, Table)
 {
-    struct Row {
-        std::int32_t width;
-        std::size_t pelSize;
-        std::int32_t align;
-        std::int32_t pad;
-    } rows[] = {
+    struct Row { std::int32_t width; std::size_t pelSize; std::int32_t align; std::int32_t pad; } rows[] = {
         {5, 1, 4, 3},   {8, 1, 4, 0},   {3, 2, 8, 1},    {7, 1, 1, 0},   {7, 8, 1, 0},  {1, 8, 32, 3},
         {3, 4, 6, 0},   {1, 2, 3, 2},   {5, 8, 16, 1},   {641, 1, 32, 31}, {4, 4, 24, 2},
         // The product wraps at 32 bits: (2^30 + 3) * 4 is 12, not 2^32 + 12.
@@ -57,29 +52,21 @@ template <class T>
 class PelRootTyped : public ::testing::Test {};
 TYPED_TEST_SUITE(PelRootTyped, AllPelTypes);
 
-TYPED_TEST(PelRootTyped, RowUpdateAndAlignment)
+TYPED_TEST(PelRootTyped, RowUpdateAlignmentAndCopies)
 {
     using T = TypeParam;
     // Expected row updates for widths 1, 5, 8, 33 by pel size, at alignments
-    // 32 and 12.
-    struct Row {
-        std::size_t pelSize;
-        std::int32_t align;
-        std::int32_t rowUpdate[4];
-    } rows[] = {
+    // 32, 12 and 1.
+    struct Row { std::size_t pelSize; std::int32_t align; std::int32_t rowUpdate[4]; } rows[] = {
         {1, 32, {32, 32, 32, 64}}, {2, 32, {16, 16, 16, 48}}, {4, 32, {8, 8, 8, 40}}, {8, 32, {4, 8, 8, 36}},
         {1, 12, {12, 12, 12, 36}}, {2, 12, {6, 6, 12, 36}},   {4, 12, {3, 6, 9, 33}}, {8, 12, {3, 6, 9, 33}},
         {1, 1, {1, 5, 8, 33}},     {8, 1, {1, 5, 8, 33}},
     };
     const std::int32_t widths[] = {1, 5, 8, 33};
     for (const Row& row : rows) {
-        if (row.pelSize != paddingPelSize<T>()) continue;
-        for (int i = 0; i < 4; ++i) {
+        for (int i = 0; row.pelSize == paddingPelSize<T>() && i < 4; ++i) {
             ycPtrHandle<ycPelRoot<T>> root(new ycPelRoot<T>(widths[i], 2, row.align));
             EXPECT_EQ(root->rowUpdate(), row.rowUpdate[i]) << widths[i] << " mod " << row.align;
-            EXPECT_EQ(root->width(), widths[i]);
-            EXPECT_EQ(root->height(), 2);
-            EXPECT_EQ(root->alignModulus(), row.align);
             EXPECT_NO_THROW(root->repInvariant());
         }
     }
@@ -92,92 +79,86 @@ TYPED_TEST(PelRootTyped, RowUpdateAndAlignment)
             EXPECT_TRUE(root->ownsPels() || (std::is_same_v<T, yc3PlanePel>));
         }
     }
-}
 
-TYPED_TEST(PelRootTyped, CopiesAndVectors)
-{
-    using T = TypeParam;
     ycPelRoot<T> root(6, 4, 8);
-    const std::vector<T> values = pelValues<T>(24);
-    root.pelsFromVect(whole(root), values);
+    std::vector<T> expect = pelValues<T>(24);
+    root.pelsFromVect(whole(root), expect);
+    auto pelsOf = [](const ycPelRoot<T>& r, const ycPelRect& rect) {
+        std::vector<T> out;
+        r.pelsToVect(rect, out);
+        return out;
+    };
+    const std::vector<T> part = {expect[8], expect[9], expect[10], expect[14], expect[15], expect[16]};
+    EXPECT_EQ(pelsOf(root, ycPelRect(2, 1, 3, 2)), part);
+    ycPtrHandle<ycPelRoot<T>> copied = root.copy(ycPelRect(2, 1, 3, 2));
+    ASSERT_TRUE(copied);
+    EXPECT_TRUE(copied->width() == 3 && copied->alignModulus() == 8);
+    EXPECT_EQ(pelsOf(*copied, whole(*copied)), part);
 
-    std::vector<T> back;
-    root.pelsToVect(ycPelRect(2, 1, 3, 2), back);
-    EXPECT_EQ(back, (std::vector<T>{values[8], values[9], values[10], values[14], values[15], values[16]}));
+    // Within one root, overlapping, either way: a 4 x 3 block moves as a whole.
+    auto move = [&](int fromX, int fromY, int toX, int toY) {
+        const std::vector<T> before = expect;
+        auto at = [](int x, int y, int i) { return static_cast<std::size_t>((y + i / 4) * 6 + x + i % 4); };
+        for (int i = 0; i < 12; ++i) expect[at(toX, toY, i)] = before[at(fromX, fromY, i)];
+        root.copy(ycPelRect(fromX, fromY, 4, 3), root, {toX, toY});
+        EXPECT_EQ(pelsOf(root, whole(root)), expect) << fromX << "," << fromY << " to " << toX << "," << toY;
+    };
+    move(0, 0, 1, 1);
+    move(1, 1, 0, 0);
 
-    ycPtrHandle<ycPelRoot<T>> part = root.copy(ycPelRect(2, 1, 3, 2));
-    ASSERT_TRUE(part);
-    EXPECT_EQ(part->width(), 3);
-    EXPECT_EQ(part->alignModulus(), 8);
-    std::vector<T> copied;
-    part->pelsToVect(whole(*part), copied);
-    EXPECT_EQ(copied, back);
-
-    // Within one root, overlapping: shift the top-left 4 x 3 block by (1, 1)
-    // and by (-1, -1) back where it started.
-    std::vector<T> expect = values;
-    for (int y = 2; y >= 0; --y) {
-        for (int x = 3; x >= 0; --x) expect[static_cast<std::size_t>((y + 1) * 6 + x + 1)] = expect[static_cast<std::size_t>(y * 6 + x)];
-    }
-    root.copy(ycPelRect(0, 0, 4, 3), root, {1, 1});
-    root.pelsToVect(whole(root), back);
-    EXPECT_EQ(back, expect);
-    for (int y = 0; y < 3; ++y) {
-        for (int x = 0; x < 4; ++x) expect[static_cast<std::size_t>(y * 6 + x)] = expect[static_cast<std::size_t>((y + 1) * 6 + x + 1)];
-    }
-    root.copy(ycPelRect(1, 1, 4, 3), root, {0, 0});
-    root.pelsToVect(whole(root), back);
-    EXPECT_EQ(back, expect);
-
-    ycPtrHandle<ycPelRoot<T>> empty = root.copy(ycPelRect(6, 4, 0, 0));
-    ASSERT_TRUE(empty);
-    EXPECT_EQ(empty->width(), 0);
+    EXPECT_EQ(root.copy(ycPelRect(6, 4, 0, 0))->width(), 0);
     EXPECT_THROW(root.copy(ycPelRect(4, 0, 3, 1)), ycAssertFailure);
-    EXPECT_THROW(root.copy(whole(root), *part, {0, 0}), ycAssertFailure);
-    EXPECT_THROW(root.pelsFromVect(ycPelRect(0, 0, 2, 2), values), ycAssertFailure);
+    EXPECT_THROW(root.copy(whole(root), *copied, {0, 0}), ycAssertFailure);
+    EXPECT_THROW(root.pelsFromVect(ycPelRect(0, 0, 2, 2), expect), ycAssertFailure);
 }
 
 TEST(PelRoot, ContainsTableAndTheEmptyRoot)
 {
     ycPelRoot<unsigned char> root(10, 5, 4);
-    struct Row {
-        ycPelRect r;
-        bool inside;
-    } rows[] = {
-        {{0, 0, 10, 5}, true}, {{9, 4, 1, 1}, true},   {{10, 0, 0, 5}, true},  {{0, 0, 11, 5}, false},
-        {{-1, 0, 2, 2}, false}, {{0, 0, 10, -1}, false}, {{3, 5, 1, 1}, false},
-        {{0x7FFFFFFF, 0, 2, 1}, false},
+    const std::pair<ycPelRect, bool> rows[] = {
+        {{0, 0, 10, 5}, true},   {{9, 4, 1, 1}, true},    {{10, 0, 0, 5}, true},  {{0, 0, 11, 5}, false},
+        {{-1, 0, 2, 2}, false},  {{0, 0, 10, -1}, false}, {{3, 5, 1, 1}, false},  {{0x7FFFFFFF, 0, 2, 1}, false},
     };
-    for (const Row& row : rows) EXPECT_EQ(root.contains(row.r), row.inside) << row.r.x() << "," << row.r.width();
+    for (const auto& [r, inside] : rows) EXPECT_EQ(root.contains(r), inside) << r.x() << "," << r.width();
 
     const ycPelRoot<float> empty;
-    EXPECT_EQ(empty.width(), 0);
-    EXPECT_EQ(empty.height(), 0);
-    EXPECT_EQ(empty.rowUpdate(), 0);
-    EXPECT_EQ(empty.pels(), nullptr);
+    EXPECT_TRUE(empty.width() == 0 && empty.height() == 0 && empty.rowUpdate() == 0 && empty.pels() == nullptr);
     EXPECT_NO_THROW(empty.repInvariant());
     EXPECT_TRUE(empty.contains(ycPelRect(0, 0, 0, 0)));
     EXPECT_FALSE(empty.contains(ycPelRect(0, 0, 1, 1)));
 }
 
-TEST(PelRoot, WrappedMemoryIsNeverFreed)
+// Wrapped caller memory is never freed; a package's block lives while a root
+// over it does.
+TEST(PelRoot, WrappedMemoryAndPackages)
 {
     const std::int64_t before = ysys_memory_outstanding();
     alignas(16) short pels[4 * 3] = {};
     {
         ycPtrHandle<ycPelRoot<short>> root(new ycPelRoot<short>(3, 3, pels, 8)); // row update 4
-        EXPECT_EQ(root->rowUpdate(), 4);
-        EXPECT_EQ(root->pels(), pels);
-        EXPECT_FALSE(root->ownsPels());
+        EXPECT_TRUE(root->rowUpdate() == 4 && root->pels() == pels && !root->ownsPels());
         root->pels()[4 * 2 + 2] = 7;
+        ycPelRoot<short> given(3, 2, 6, pels, 4); // 12-byte rows
+        EXPECT_EQ(given.rowUpdate(), 6);
+        EXPECT_NO_THROW(given.repInvariant());
     }
     EXPECT_EQ(pels[10], 7);
     {
-        ycPelRoot<short> root(3, 2, 6, pels, 4); // 12-byte rows
-        EXPECT_EQ(root.rowUpdate(), 6);
-        EXPECT_NO_THROW(root.repInvariant());
+        ycPtrHandle<ycPelBlockPackage> package(new ycPelBlockPackage(5, 3, 2, 8, 3));
+        EXPECT_EQ(package->rowUpdate(), 8);
+        EXPECT_GE(package->byteSize(), 8u * 3 * 2 + 3);
+        ycPtrHandle<ycPelRoot<short>> root(new ycPelRoot<short>(*package));
+        EXPECT_TRUE(root->rowUpdate() == 8 && root->width() == 5 && root->package() == package.get());
+        EXPECT_EQ(static_cast<void*>(root->pels()), package->bytes());
+        EXPECT_EQ(low32(root->pels()) % 8, 0u);
+        package.reset(); // the root's share keeps the block
+        root->pels()[8 * 2 + 4] = -3;
+        EXPECT_EQ(root->pels()[20], -3);
     }
     EXPECT_EQ(ysys_memory_outstanding(), before);
+    ycPtrHandle<ycPelBlockPackage> bytes(new ycPelBlockPackage(4, 4, 1, 4));
+    EXPECT_THROW(ycPelRoot<float> wrongSize(*bytes), ycAssertFailure);
+    EXPECT_EQ(bytes->refCount(), 1);
 }
 
 TEST(PelRoot, PreconditionsAreAssertions)
@@ -191,9 +172,9 @@ TEST(PelRoot, PreconditionsAreAssertions)
         [] { ycPelRoot<double>(-5, 1, 8); },
         [] { ycPelRoot<yc3PlanePel>(2, 0, 4); },
         [] { ycPelRoot<unsigned char>(4, 4, static_cast<unsigned char*>(nullptr), 1); },
-        [&] { ycPelRoot<unsigned char>(4, 4, bytes + 1, 4); },       // misaligned
-        [&] { ycPelRoot<short>(4, 2, 3, shorts, 1); },               // row update below the width
-        [&] { ycPelRoot<short>(4, 2, 5, shorts, 4); },               // 10-byte rows, alignment 4
+        [&] { ycPelRoot<unsigned char>(4, 4, bytes + 1, 4); }, // misaligned
+        [&] { ycPelRoot<short>(4, 2, 3, shorts, 1); },         // row update below the width
+        [&] { ycPelRoot<short>(4, 2, 5, shorts, 4); },         // 10-byte rows, alignment 4
         [&] { ycPelRoot<yc3PlanePel>(2, 2, yc3PlanePelPtr{bytes, nullptr, bytes}, 1); },
         [] { yc_PelRoot::refInc(nullptr); },
         [] { yc_PelRoot::refDec(nullptr); },
@@ -207,35 +188,10 @@ TEST(PelRoot, PreconditionsAreAssertions)
     ycPelRoot<float> noSize(0, 3, 4);
     ycPelRoot<short> overlap(4, 2, 3, shorts, 1);
     EXPECT_EQ(yfAssertCount() - before, 3);
-    for (const yc_PelRoot* r : {static_cast<const yc_PelRoot*>(&noPels), static_cast<const yc_PelRoot*>(&noSize),
-                                static_cast<const yc_PelRoot*>(&overlap)}) {
+    for (const yc_PelRoot* r : std::initializer_list<const yc_PelRoot*>{&noPels, &noSize, &overlap}) {
         EXPECT_EQ(r->width(), 0);
         EXPECT_NO_THROW(r->repInvariant());
     }
-}
-
-TEST(PelRoot, PackageSuppliesAndIsKeptAlive)
-{
-    const std::int64_t before = ysys_memory_outstanding();
-    {
-        ycPtrHandle<ycPelBlockPackage> package(new ycPelBlockPackage(5, 3, 2, 8, 3));
-        EXPECT_EQ(package->rowUpdate(), 8);
-        EXPECT_GE(package->byteSize(), 8u * 3 * 2 + 3);
-        ycPtrHandle<ycPelRoot<short>> root(new ycPelRoot<short>(*package));
-        EXPECT_EQ(root->rowUpdate(), 8);
-        EXPECT_EQ(root->width(), 5);
-        EXPECT_EQ(static_cast<void*>(root->pels()), package->bytes());
-        EXPECT_EQ(root->package(), package.get());
-        EXPECT_EQ(low32(root->pels()) % 8, 0u);
-        package.reset(); // the root's share keeps the block
-        root->pels()[8 * 2 + 4] = -3;
-        EXPECT_EQ(root->pels()[20], -3);
-    }
-    EXPECT_EQ(ysys_memory_outstanding(), before);
-
-    ycPtrHandle<ycPelBlockPackage> bytes(new ycPelBlockPackage(4, 4, 1, 4));
-    EXPECT_THROW(ycPelRoot<float> wrongSize(*bytes), ycAssertFailure);
-    EXPECT_EQ(bytes->refCount(), 1);
 }
 
 TEST(PelRoot, ThreePlanesShareOneGeometry)
@@ -243,18 +199,15 @@ TEST(PelRoot, ThreePlanesShareOneGeometry)
     ycPtrHandle<ycPelRoot<yc3PlanePel>> root(new ycPelRoot<yc3PlanePel>(5, 2, 4));
     ASSERT_TRUE(root->plane0() && root->plane1() && root->plane2());
     for (const auto* plane : {root->plane0(), root->plane1(), root->plane2()}) {
-        EXPECT_EQ(plane->rowUpdate(), 8);
-        EXPECT_EQ(plane->height(), 2);
+        EXPECT_TRUE(plane->rowUpdate() == 8 && plane->height() == 2);
     }
-    const yc3PlanePelPtr p = root->pels();
-    p.plane1[8 + 3] = 42;
+    root->pels().plane1[8 + 3] = 42;
     EXPECT_EQ(root->plane1()->pels()[11], 42);
 
     // Built over three planes, it shares them.
-    ycPtrHandle<ycPelRoot<unsigned char>> a(new ycPelRoot<unsigned char>(3, 3, 4));
-    ycPtrHandle<ycPelRoot<unsigned char>> b(new ycPelRoot<unsigned char>(3, 3, 4));
-    ycPtrHandle<ycPelRoot<unsigned char>> c(new ycPelRoot<unsigned char>(3, 3, 4));
-    ycPtrHandle<ycPelRoot<unsigned char>> odd(new ycPelRoot<unsigned char>(3, 3, 8));
+    using Plane = ycPtrHandle<ycPelRoot<unsigned char>>;
+    Plane a(new ycPelRoot<unsigned char>(3, 3, 4)), b(new ycPelRoot<unsigned char>(3, 3, 4));
+    Plane c(new ycPelRoot<unsigned char>(3, 3, 4)), odd(new ycPelRoot<unsigned char>(3, 3, 8));
     {
         ycPelRoot<yc3PlanePel> shared(a.get(), b.get(), c.get());
         EXPECT_EQ(shared.rowUpdate(), 4);
@@ -279,10 +232,9 @@ TEST(PelRoot, ManyThreadsOneRoot)
 {
     gRootsDestroyed = 0;
     ycPtrHandle<ycPelRoot<unsigned char>> root(new WatchedRoot);
-    const int kThreads = 8;
     std::atomic<bool> go{false};
     std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t) {
+    for (int t = 0; t < 8; ++t) {
         threads.emplace_back([&root, &go] {
             while (!go) std::this_thread::yield();
             for (int i = 0; i < 20000; ++i) {
@@ -299,7 +251,7 @@ TEST(PelRoot, ManyThreadsOneRoot)
     EXPECT_EQ(gRootsDestroyed, 0);
 
     // The last of many handles dropped on many threads destroys it once.
-    std::vector<ycPtrHandle<ycPelRoot<unsigned char>>> shares(kThreads, root);
+    std::vector<ycPtrHandle<ycPelRoot<unsigned char>>> shares(threads.size(), root);
     root.reset();
     threads.clear();
     for (auto& share : shares) threads.emplace_back([&share] { share.reset(); });
