@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # One entry point for people and CI:
 #   ./dev.sh demo    build optimised and run the example
-#   ./dev.sh test    build with sanitizers and run every test
+#   ./dev.sh test    build with sanitizers and run every test [preset: clang]
 #   ./dev.sh tsan    build with ThreadSanitizer and run the multi-threaded tests
 #   ./dev.sh bench   build optimised and run the benchmarks [filter]
 #   ./dev.sh fuzz    build the fuzz targets with clang and run them [seconds]
@@ -38,9 +38,11 @@ case "${1:-}" in
     ./build/release/demo
     ;;
   test)
+    preset="${2:-dev}"
     need "${base[@]}" libgtest-dev libgmock-dev
-    build dev
-    ctest --test-dir build/dev --output-on-failure -j "$jobs" --timeout 600
+    [ "$preset" = clang ] && need clang
+    build "$preset"
+    ctest --test-dir "build/$preset" --output-on-failure -j "$jobs" --timeout 600
     ;;
   tsan)
     need "${base[@]}" libgtest-dev libgmock-dev

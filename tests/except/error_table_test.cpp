@@ -237,15 +237,18 @@ TEST(ErrorTable, EveryClassHasItsNumberGroupNameAndArchiveForm)
     for (const Row& row : kRows) {
         SCOPED_TRACE(row.name);
         std::unique_ptr<ycException> e(row.make());
+        const ycException& made = *e;
+        const std::type_info& type = typeid(made);
         EXPECT_EQ(e->errorNumber(), row.number);
         EXPECT_TRUE(row.caughtAsGroup());
-        EXPECT_EQ(yfTypeName(typeid(*e)), row.name);
+        EXPECT_EQ(yfTypeName(type), row.name);
         EXPECT_EQ(e->message(true).rfind(yfWiden(row.name) + L": ", 0), 0u);
         for (auto ordering : {ycArchive::bigEndian, ycArchive::littleEndian}) {
             ycMemoryArchive out(ordering);
             out << *e;
             std::unique_ptr<ycPersistent> back = ycPersistent::readObject(*LoadArchive(out));
-            ASSERT_EQ(typeid(*back), typeid(*e));
+            const ycPersistent& loaded = *back;
+            ASSERT_EQ(typeid(loaded), type);
             EXPECT_EQ(static_cast<ycException&>(*back).message(true), e->message(true));
         }
     }

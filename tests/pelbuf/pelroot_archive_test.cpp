@@ -87,7 +87,8 @@ TEST(PelRootArchive, RegisteredNames)
         ycFactory make = registry.factory(name);
         ASSERT_NE(make, nullptr) << name;
         std::unique_ptr<ycPersistent> made(make());
-        EXPECT_EQ(registry.nameOf(typeid(*made)), name);
+        const ycPersistent& object = *made;
+        EXPECT_EQ(registry.nameOf(typeid(object)), name);
     }
     EXPECT_EQ(registry.nameOf(typeid(ycPelRoot<std::int32_t>)), "ycPelRoot<long>");
     EXPECT_EQ(registry.nameOf(typeid(ycPelRoot<ycPair<std::int32_t>>)), "ycPelRoot<ycPair<long>>");

@@ -62,7 +62,8 @@ void show(ycFileArchive& ar, std::int32_t id)
     if (auto* e = dynamic_cast<ycException*>(object.get())) {
         std::cout << "exception " << yfToUtf8(e->message(true)) << '\n';
     } else {
-        std::cout << "loaded as " << yfTypeName(typeid(*object)) << '\n';
+        const ycPersistent& loaded = *object;
+        std::cout << "loaded as " << yfTypeName(typeid(loaded)) << '\n';
     }
 }
 
