@@ -12,6 +12,7 @@
 #include <memory>
 #include <new>
 #include <numeric>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -93,6 +94,24 @@ void moveRows(const T* from, std::ptrdiff_t fromUpdate, T* to, std::ptrdiff_t to
     }
 }
 
+// The smallest t >= 0 with (x + t s) % m == 0, if there is one: the linear
+// congruence t s = -x (mod m), solved with the inverse of s / g modulo m / g.
+std::optional<std::uint64_t> firstMultipleStep(std::uint64_t x, std::uint64_t s, std::uint64_t m)
+{
+    const std::uint64_t g = std::gcd(s, m);
+    const std::uint64_t need = (m - x % m) % m;
+    if (need % g != 0) return std::nullopt;
+    const std::int64_t mod = static_cast<std::int64_t>(m / g);
+    std::int64_t a = static_cast<std::int64_t>((s / g) % (m / g)), b = mod, u = 1, v = 0;
+    while (b != 0) { // extended Euclid: u is the inverse of a modulo mod
+        const std::int64_t q = a / b;
+        a = std::exchange(b, a - q * b);
+        u = std::exchange(v, u - q * v);
+    }
+    const auto inverse = static_cast<std::uint64_t>((u % mod + mod) % mod);
+    return (need / g) % (m / g) * inverse % (m / g);
+}
+
 } // namespace
 
 // --- yc_PelRoot ---------------------------------------------------------------
@@ -153,17 +172,18 @@ std::int32_t yc_PelRoot::padPelsNeeded(std::int32_t width, std::size_t pelSize, 
     ymAssert(alignModulus >= 1);
     if (alignModulus <= 1) return 0; // pooled roots: every row fits
     // The smallest p with (width + p) * pelSize divisible by the modulus, in
-    // unsigned 32-bit arithmetic. While the product stays below 2^32 that is
-    // the distance to the next multiple of modulus / gcd(pelSize, modulus);
-    // rows of 4 GiB and more, where the product wraps, take the long way.
-    const std::uint32_t w = static_cast<std::uint32_t>(width);
-    const std::uint32_t s = static_cast<std::uint32_t>(pelSize);
-    const std::uint32_t m = static_cast<std::uint32_t>(alignModulus);
-    const std::uint32_t step = m / std::gcd(s, m);
-    const std::uint32_t p = (step - w % step) % step;
-    if ((std::uint64_t{w} + p) * s <= std::numeric_limits<std::uint32_t>::max()) return static_cast<std::int32_t>(p);
-    for (std::uint32_t q = 0; q <= m; ++q) {
-        if (static_cast<std::uint32_t>((w + q) * s) % m == 0) return static_cast<std::int32_t>(q);
+    // unsigned 32-bit arithmetic. For rows of 4 GiB and more the product
+    // wraps, at most a few times for p up to the modulus: solve within each
+    // stretch where it does not, never by trying p one at a time.
+    const std::uint64_t w = static_cast<std::uint32_t>(width);
+    const std::uint64_t s = static_cast<std::uint32_t>(pelSize);
+    const std::uint64_t m = static_cast<std::uint32_t>(alignModulus);
+    for (std::uint64_t start = 0; start <= m;) {
+        const std::uint64_t x = ((w + start) * s) & 0xFFFFFFFFu;
+        const std::uint64_t room = (0xFFFFFFFFu - x) / s; // steps before the next wrap
+        if (auto t = firstMultipleStep(x, s, m); t && *t <= room && start + *t <= m)
+            return static_cast<std::int32_t>(start + *t);
+        start += room + 1;
     }
     ymAssert(false); // no padding up to the modulus makes the row fit
     return alignModulus;

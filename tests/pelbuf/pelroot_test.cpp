@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+
 #include <atomic>
 #include <cstdint>
 #include <thread>
@@ -46,6 +48,26 @@ TEST(PelRootPadding, Table)
     EXPECT_EQ(ycPelRoot<double>::padPelsNeeded(1, 32), 3);
     EXPECT_EQ(ycPelRoot<yc3PlanePel>::padPelsNeeded(1, 32), 31);
     EXPECT_THROW(yc_PelRoot::padPelsNeeded(5, 1, 0), ycAssertFailure);
+}
+
+// Against trying every p in 32-bit arithmetic, near the wrap too; and a huge
+// modulus with a wrapping row answers at once (it once tried p one by one).
+TEST(PelRootPadding, AgreesWithTryingEveryPad)
+{
+    std::mt19937 rng(7);
+    for (int i = 0; i < 3000; ++i) {
+        const std::size_t s = std::size_t{1} << (rng() % 4);
+        const auto m = static_cast<std::int32_t>(1 + rng() % 3000);
+        const auto w = static_cast<std::int32_t>(i % 2 ? 1 + rng() % 5000 : 0x7FFFFFFF - rng() % 5000);
+        std::int32_t p = 0;
+        while (static_cast<std::uint32_t>((static_cast<std::uint32_t>(w) + p) * s) % static_cast<std::uint32_t>(m)) ++p;
+        ASSERT_EQ(yc_PelRoot::padPelsNeeded(w, s, m), p) << w << " x " << s << " mod " << m;
+    }
+    // (2^31 - 16 + 16) * 8 = 2^34 wraps to 0, a multiple of anything.
+    EXPECT_EQ(yc_PelRoot::padPelsNeeded(0x7FFFFFF0, 8, 0x7FFFFFFF), 16);
+    EXPECT_EQ(yc_PelRoot::padPelsNeeded(0x7FFFFFF1, 8, 0x7FFFFFFF), 15);
+    // No fit until (2^30 + 1 + p) * 4 reaches 2^33: p = 2^30 - 1.
+    EXPECT_EQ(yc_PelRoot::padPelsNeeded(0x40000001, 4, 0x7FFFFFFF), 0x3FFFFFFF);
 }
 
 template <class T>
