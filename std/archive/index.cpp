@@ -58,7 +58,8 @@ yc_ArchiveIndex::pos yc_ArchiveIndex::read(ycArchive& ar)
     ar.expectMarker(kYcIndexMarker);
     std::int32_t firstFreeId = ar.getScalar<std::int32_t>();
     std::int32_t firstFreeMark = ar.getScalar<std::int32_t>();
-    if (!validNumber(firstFreeId) || !validNumber(firstFreeMark)) badContent(__LINE__);
+    // A counter past the last usable number (0x7FFFFFFF) says they are all used.
+    if (firstFreeId < 1 || firstFreeMark < 1) badContent(__LINE__);
     std::uint32_t markCount = ar.getScalar<std::uint32_t>();
     std::uint32_t objectCount = ar.getScalar<std::uint32_t>();
     std::uint32_t pointerCount = ar.getScalar<std::uint32_t>();

@@ -6,6 +6,12 @@
 #include "../support/bytes.h"
 #include "fuzz/archive_harness.h"
 
+#include "std/math/xfcache.h"
+#include "std/math/xfcomp.h"
+#include "std/math/xfpersp.h"
+#include "std/math/xfpoly.h"
+#include "std/pelbuf/pel3buf.h"
+#include "std/pelbuf/pelbuf.h"
 #include "std/util/debug.h"
 
 #include <gtest/gtest.h>
@@ -34,6 +40,30 @@ std::map<std::string, std::string> makeSeeds()
         yc_fuzz::writeOps(seekable, object, shared);
         seeds["plain-ops"] = seed(0, plain);
         seeds["seekable-ops"] = seed(1, seekable);
+    }
+    {
+        // Pixels and transforms, so that their loaders are fuzzed from real records.
+        ycMemoryArchive pixels(ycArchive::littleEndian), transforms(ycArchive::bigEndian);
+        ycPelBuffer<unsigned char> image(5, 3);
+        image.put(1, 1, 9);
+        ycPelBuffer<unsigned char> window = image;
+        window.windowRoot(1, 1, 2, 2);
+        ycPelRoot<double> doubles(2, 2, 8);
+        ycPelRoot<ycPair<float>> pairs(3, 1, 4);
+        yc3PlanePelBuffer planes(3, 2);
+        for (const ycPersistent* p : std::initializer_list<const ycPersistent*>{&image, &window, &doubles, &pairs, &planes})
+            pixels << yc_fuzz::opObject << *p;
+        seeds["plain-pixels"] = seed(0, pixels);
+
+        yc2XformLinear linear(ycMatrix<2>(1, 2, 3, 4), ycVector<2>(5, 6));
+        yc2XformPerspective perspective(ycMatrix<3>(1, 0, 0, 0, 1, 0, 0.001, 0, 1));
+        yc2XformPoly poly(2, ycXform<2>());
+        yc2XformComposed composed(linear, perspective, true, true);
+        yc2XformCache cache(perspective);
+        for (const ycPersistent* p :
+             std::initializer_list<const ycPersistent*>{&linear, &perspective, &poly, &composed, &cache})
+            transforms << yc_fuzz::opObject << *p;
+        seeds["plain-transforms"] = seed(0, transforms);
     }
     ycMemoryArchive ar(ycArchive::littleEndian, true), empty(ycArchive::bigEndian, true);
     ar.writeNewMark(0);
