@@ -14,7 +14,22 @@ namespace {
 constexpr const char* kSourceName = ycSource::archive;
 constexpr std::int32_t kNullTag = 0;
 constexpr std::int32_t kNewTag = -1;
-constexpr int kMaxDepth = 1000;
+constexpr std::size_t kMaxDepth = 1000;
+
+// Keeps an object on the stack of records being read while its body loads.
+class Reading {
+public:
+    Reading(std::vector<const ycPersistent*>& stack, const ycPersistent* object) : stack_(stack)
+    {
+        stack_.push_back(object);
+    }
+    ~Reading() { stack_.pop_back(); }
+    Reading(const Reading&) = delete;
+    Reading& operator=(const Reading&) = delete;
+
+private:
+    std::vector<const ycPersistent*>& stack_;
+};
 
 std::atomic<std::uint64_t> gLargeObjectSize{kYcLargeSize};
 
@@ -187,7 +202,13 @@ void yc_ArchiveObjects::readRecordInto(ycPersistent& object)
     if (head.name != yc_TypeRegistry::instance().nameOf(typeid(object)))
         throw ycArchive::BadType(kSourceName, __LINE__);
     enter(&object, head.id);
+    Reading reading(reading_, &object);
     object.serialize(ar_, true);
+}
+
+bool yc_ArchiveObjects::isBeingRead(const ycPersistent* object) const
+{
+    return std::find(reading_.begin(), reading_.end(), object) != reading_.end();
 }
 
 std::unique_ptr<ycPersistent> yc_ArchiveObjects::readRecord()
@@ -198,12 +219,7 @@ std::unique_ptr<ycPersistent> yc_ArchiveObjects::readRecord()
 std::unique_ptr<ycPersistent> yc_ArchiveObjects::readRecord(std::int32_t expectedId)
 {
     // Records inside records recurse: a stream must not be able to exhaust the stack.
-    if (depth_ >= kMaxDepth) throw ycArchive::BadContent(kSourceName, __LINE__);
-    struct Nesting {
-        int& depth;
-        explicit Nesting(int& d) : depth(++d) {}
-        ~Nesting() { --depth; }
-    } nesting(depth_);
+    if (reading_.size() >= kMaxDepth) throw ycArchive::BadContent(kSourceName, __LINE__);
     Head head = readHead();
     if (expectedId != 0 && head.id != expectedId) throw ycArchive::BadContent(kSourceName, __LINE__);
     ycFactory factory = yc_TypeRegistry::instance().factory(head.name);
@@ -211,6 +227,7 @@ std::unique_ptr<ycPersistent> yc_ArchiveObjects::readRecord(std::int32_t expecte
     std::unique_ptr<ycPersistent> object(factory());
     if (!object) throw std::bad_alloc();
     enter(object.get(), head.id);
+    Reading reading(reading_, object.get());
     object->serialize(ar_, false);
     return object;
 }

@@ -46,6 +46,10 @@ public:
     // the index; the read position is kept.
     std::unique_ptr<ycPersistent> loadIndexed(std::int32_t id);
 
+    // True while the record of `object` is being read: a counted reference to
+    // it then is a cycle, and a share taken of it would end its life early.
+    bool isBeingRead(const ycPersistent* object) const;
+
     // Keeps a share of a loaded counted object until the archive goes away.
     void hold(ycPersistent* object, void (*release)(ycPersistent*));
 
@@ -71,7 +75,7 @@ private:
 
     ycArchive& ar_;
     std::int32_t next_ = 1; // plain archives number records as they come
-    int depth_ = 0;         // records being loaded inside one another
+    std::vector<const ycPersistent*> reading_; // records being read inside one another
     std::unordered_map<const ycPersistent*, std::int32_t> written_;
     std::unordered_map<std::int32_t, ycPersistent*> loaded_;
     std::vector<std::pair<ycPersistent*, void (*)(ycPersistent*)>> held_;

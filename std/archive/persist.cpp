@@ -115,6 +115,7 @@ void ycPersistent::serializeCounted(ycArchive& ar, ycPersistent* in, ycPersisten
     ycPersistent* object = ar.objects().readReference(&made);
     if (made) fresh.reset(object);
     if (object && !isA(object)) throw ycArchive::BadType(kSourceName, __LINE__);
+    if (object && ar.objects().isBeingRead(object)) throw ycArchive::BadContent(kSourceName, __LINE__);
     out = object;
     if (made) {
         acquire(fresh.release());

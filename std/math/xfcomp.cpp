@@ -2,24 +2,6 @@
 
 #include <algorithm>
 
-namespace {
-// One member reference. A reference back to the sequence itself is refused
-// before any handle takes a share of it (dropping that share would destroy
-// the object being loaded).
-ycPtrHandle_const<yc2XformBase> loadMember(ycArchive& ar, const yc2XformBase* self, int line)
-{
-    using Traits = ycHandleTraits<yc2XformBase>;
-    ycPersistent* out = nullptr;
-    ycPersistent::serializeCounted(
-        ar, nullptr, out, [](ycPersistent* p) { return dynamic_cast<yc2XformBase*>(p) != nullptr; },
-        [](ycPersistent* p) { Traits::acquire(static_cast<yc2XformBase*>(p)); },
-        [](ycPersistent* p) { Traits::release(static_cast<yc2XformBase*>(p)); });
-    auto* member = static_cast<yc2XformBase*>(out);
-    if (!member || member == self) throw ycArchive::BadContent(ycSource::xfcomp, line);
-    return ycPtrHandle_const<yc2XformBase>(member);
-}
-} // namespace
-
 yc2XformComposed::yc2XformComposed(const yc2XformBase& x, bool clone) : members_{member(x, clone)} {}
 
 yc2XformComposed::yc2XformComposed(const yc2XformBase& left, const yc2XformBase& right, bool cloneLeft,
@@ -135,7 +117,8 @@ void yc2XformComposed::serialize_(ycArchive& ar, std::uint8_t version)
     std::vector<ycPtrHandle_const<yc2XformBase>> loaded;
     loaded.reserve(room);
     for (std::uint32_t i = 0; i < count; ++i) {
-        loaded.push_back(loadMember(ar, this, __LINE__));
+        yfSerializeHandle(ar, loaded.emplace_back());
+        if (!loaded.back()) throw ycArchive::BadContent(kSourceName, __LINE__);
     }
     mutating();
     members_.swap(loaded);

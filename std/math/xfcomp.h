@@ -17,8 +17,9 @@
 //
 // Archive form (below the yc2XformBase level): version byte 0, a 32-bit
 // member count, then each member as an object reference, so a member held
-// twice is stored once and reloads as one shared object. Canonical name
-// "yc2XformComposed".
+// twice is stored once and reloads as one shared object. A null member, or
+// one that leads back to the sequence being read, is ycArchive::BadContent.
+// Canonical name "yc2XformComposed".
 #ifndef TLVSTD_MATH_XFCOMP_H
 #define TLVSTD_MATH_XFCOMP_H
 

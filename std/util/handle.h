@@ -132,7 +132,8 @@ ycPtrHandle<U> yfDynamicHandleCast(const ycPtrHandle<T>& h)
 // every object it makes until it goes away, so a later reference to the same
 // object finds it alive even if the first handle is gone; handles reloaded
 // from references to one object share it again. An object of another type
-// than T is ycArchive::BadType.
+// than T is ycArchive::BadType; a reference to an object whose own record is
+// still being read (a cycle, which counting cannot free) is BadContent.
 template <class T>
     requires std::derived_from<std::remove_const_t<T>, ycPersistent>
 void yfSerializeHandle(ycArchive& ar, ycPtrHandle<T>& h)
