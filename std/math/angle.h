@@ -81,86 +81,73 @@ inline double yf_AngleSignedNorm(double v, double turn, double half)
     return n >= turn - n ? n - turn : n;
 }
 
-class ycRadian {
+// The arithmetic of an angle held as one double, the same for both units:
+// sums, differences and scaling give the unit back; a product or quotient of
+// two angles is a plain double; comparisons are exact on the stored values.
+template <class Angle>
+class yc_DoubleAngle {
 public:
-    constexpr ycRadian() = default;
-    constexpr explicit ycRadian(double v) : v_(v) {}
-    constexpr ycRadian(ycDegree d);
-    constexpr ycRadian(ycAngle8 a);
-    constexpr ycRadian(ycAngle16 a);
-    constexpr ycRadian& operator=(double v)
-    {
-        v_ = v;
-        return *this;
-    }
-
     constexpr double plain() const { return v_; }
     constexpr double toDouble() const { return v_; }
-    ycRadian norm() const { return ycRadian(yf_AngleNorm(v_, yc_kTwoPi)); }
-    ycRadian signedNorm() const { return ycRadian(yf_AngleSignedNorm(v_, yc_kTwoPi, yc_kPi)); }
+    constexpr Angle& operator=(double v)
+    {
+        v_ = v;
+        return self();
+    }
 
-    constexpr ycRadian& operator+=(ycRadian r) { v_ += r.v_; return *this; }
-    constexpr ycRadian& operator-=(ycRadian r) { v_ -= r.v_; return *this; }
-    constexpr ycRadian& operator*=(double s) { v_ *= s; return *this; }
-    constexpr ycRadian& operator*=(ycRadian r) { v_ *= r.v_; return *this; }
-    constexpr ycRadian& operator/=(double s) { v_ /= s; return *this; }
-    constexpr ycRadian& operator/=(ycRadian r) { v_ /= r.v_; return *this; }
+    constexpr Angle& operator+=(Angle r) { v_ += r.v_; return self(); }
+    constexpr Angle& operator-=(Angle r) { v_ -= r.v_; return self(); }
+    constexpr Angle& operator*=(double s) { v_ *= s; return self(); }
+    constexpr Angle& operator*=(Angle r) { v_ *= r.v_; return self(); }
+    constexpr Angle& operator/=(double s) { v_ /= s; return self(); }
+    constexpr Angle& operator/=(Angle r) { v_ /= r.v_; return self(); }
 
-    friend constexpr ycRadian operator+(ycRadian a, ycRadian b) { return ycRadian(a.v_ + b.v_); }
-    friend constexpr ycRadian operator-(ycRadian a, ycRadian b) { return ycRadian(a.v_ - b.v_); }
-    friend constexpr ycRadian operator-(ycRadian a) { return ycRadian(-a.v_); }
-    friend constexpr ycRadian operator*(ycRadian a, double s) { return ycRadian(a.v_ * s); }
-    friend constexpr ycRadian operator*(double s, ycRadian a) { return ycRadian(s * a.v_); }
-    friend constexpr ycRadian operator/(ycRadian a, double s) { return ycRadian(a.v_ / s); }
-    friend constexpr double operator*(ycRadian a, ycRadian b) { return a.v_ * b.v_; }
-    friend constexpr double operator/(ycRadian a, ycRadian b) { return a.v_ / b.v_; }
+    friend constexpr Angle operator+(Angle a, Angle b) { return Angle(a.v_ + b.v_); }
+    friend constexpr Angle operator-(Angle a, Angle b) { return Angle(a.v_ - b.v_); }
+    friend constexpr Angle operator-(Angle a) { return Angle(-a.v_); }
+    friend constexpr Angle operator*(Angle a, double s) { return Angle(a.v_ * s); }
+    friend constexpr Angle operator*(double s, Angle a) { return Angle(s * a.v_); }
+    friend constexpr Angle operator/(Angle a, double s) { return Angle(a.v_ / s); }
+    friend constexpr double operator*(Angle a, Angle b) { return a.v_ * b.v_; }
+    friend constexpr double operator/(Angle a, Angle b) { return a.v_ / b.v_; }
 
-    friend constexpr bool operator==(const ycRadian&, const ycRadian&) = default;
-    friend constexpr auto operator<=>(const ycRadian&, const ycRadian&) = default;
+    friend constexpr bool operator==(Angle a, Angle b) { return a.v_ == b.v_; }
+    friend constexpr auto operator<=>(Angle a, Angle b) { return a.v_ <=> b.v_; }
+
+protected:
+    constexpr yc_DoubleAngle() = default;
+    constexpr explicit yc_DoubleAngle(double v) : v_(v) {}
 
 private:
+    constexpr Angle& self() { return static_cast<Angle&>(*this); }
+
     double v_ = 0.0;
 };
 
-class ycDegree {
+class ycRadian : public yc_DoubleAngle<ycRadian> {
+public:
+    constexpr ycRadian() = default;
+    constexpr explicit ycRadian(double v) : yc_DoubleAngle(v) {}
+    constexpr ycRadian(ycDegree d);
+    constexpr ycRadian(ycAngle8 a);
+    constexpr ycRadian(ycAngle16 a);
+    using yc_DoubleAngle::operator=;
+
+    ycRadian norm() const { return ycRadian(yf_AngleNorm(plain(), yc_kTwoPi)); }
+    ycRadian signedNorm() const { return ycRadian(yf_AngleSignedNorm(plain(), yc_kTwoPi, yc_kPi)); }
+};
+
+class ycDegree : public yc_DoubleAngle<ycDegree> {
 public:
     constexpr ycDegree() = default;
-    constexpr explicit ycDegree(double v) : v_(v) {}
-    constexpr ycDegree(ycRadian r) : v_(r.plain() * yc_kRadToDeg) {}
+    constexpr explicit ycDegree(double v) : yc_DoubleAngle(v) {}
+    constexpr ycDegree(ycRadian r) : yc_DoubleAngle(r.plain() * yc_kRadToDeg) {}
     constexpr ycDegree(ycAngle8 a);
     constexpr ycDegree(ycAngle16 a);
-    constexpr ycDegree& operator=(double v)
-    {
-        v_ = v;
-        return *this;
-    }
+    using yc_DoubleAngle::operator=;
 
-    constexpr double plain() const { return v_; }
-    constexpr double toDouble() const { return v_; }
-    ycDegree norm() const { return ycDegree(yf_AngleNorm(v_, 360.0)); }
-    ycDegree signedNorm() const { return ycDegree(yf_AngleSignedNorm(v_, 360.0, 180.0)); }
-
-    constexpr ycDegree& operator+=(ycDegree r) { v_ += r.v_; return *this; }
-    constexpr ycDegree& operator-=(ycDegree r) { v_ -= r.v_; return *this; }
-    constexpr ycDegree& operator*=(double s) { v_ *= s; return *this; }
-    constexpr ycDegree& operator*=(ycDegree r) { v_ *= r.v_; return *this; }
-    constexpr ycDegree& operator/=(double s) { v_ /= s; return *this; }
-    constexpr ycDegree& operator/=(ycDegree r) { v_ /= r.v_; return *this; }
-
-    friend constexpr ycDegree operator+(ycDegree a, ycDegree b) { return ycDegree(a.v_ + b.v_); }
-    friend constexpr ycDegree operator-(ycDegree a, ycDegree b) { return ycDegree(a.v_ - b.v_); }
-    friend constexpr ycDegree operator-(ycDegree a) { return ycDegree(-a.v_); }
-    friend constexpr ycDegree operator*(ycDegree a, double s) { return ycDegree(a.v_ * s); }
-    friend constexpr ycDegree operator*(double s, ycDegree a) { return ycDegree(s * a.v_); }
-    friend constexpr ycDegree operator/(ycDegree a, double s) { return ycDegree(a.v_ / s); }
-    friend constexpr double operator*(ycDegree a, ycDegree b) { return a.v_ * b.v_; }
-    friend constexpr double operator/(ycDegree a, ycDegree b) { return a.v_ / b.v_; }
-
-    friend constexpr bool operator==(const ycDegree&, const ycDegree&) = default;
-    friend constexpr auto operator<=>(const ycDegree&, const ycDegree&) = default;
-
-private:
-    double v_ = 0.0;
+    ycDegree norm() const { return ycDegree(yf_AngleNorm(plain(), 360.0)); }
+    ycDegree signedNorm() const { return ycDegree(yf_AngleSignedNorm(plain(), 360.0, 180.0)); }
 };
 
 // Integer angles: * and / by an integer take it as unsigned 32-bit, so
@@ -250,11 +237,11 @@ private:
     Raw v_ = 0;
 };
 
-constexpr ycRadian::ycRadian(ycDegree d) : v_(d.plain() * yc_kDegToRad) {}
-constexpr ycRadian::ycRadian(ycAngle8 a) : v_(a.plain() * yc_kAngle8ToRad) {}
-constexpr ycRadian::ycRadian(ycAngle16 a) : v_(a.plain() * yc_kAngle16ToRad) {}
-constexpr ycDegree::ycDegree(ycAngle8 a) : v_(a.plain() * yc_kAngle8ToDeg) {}
-constexpr ycDegree::ycDegree(ycAngle16 a) : v_(a.plain() * yc_kAngle16ToDeg) {}
+constexpr ycRadian::ycRadian(ycDegree d) : yc_DoubleAngle(d.plain() * yc_kDegToRad) {}
+constexpr ycRadian::ycRadian(ycAngle8 a) : yc_DoubleAngle(a.plain() * yc_kAngle8ToRad) {}
+constexpr ycRadian::ycRadian(ycAngle16 a) : yc_DoubleAngle(a.plain() * yc_kAngle16ToRad) {}
+constexpr ycDegree::ycDegree(ycAngle8 a) : yc_DoubleAngle(a.plain() * yc_kAngle8ToDeg) {}
+constexpr ycDegree::ycDegree(ycAngle16 a) : yc_DoubleAngle(a.plain() * yc_kAngle16ToDeg) {}
 // Computed in 32 bits so that 65535 + 128 does not wrap before the shift.
 constexpr ycAngle8::ycAngle8(ycAngle16 a) : v_(static_cast<Raw>((std::uint32_t{a.plain()} + 128u) >> 8)) {}
 
