@@ -17,7 +17,7 @@
 #define TLVSTD_FUZZ_ARCHIVE_HARNESS_H
 
 #include "std/archive/memarchive.h"
-#include "std/archive/registry.h"
+#include "std/except/registry.h"
 #include "std/util/assert.h"
 #include "std/util/handle.h"
 #include "std/except/except.h"

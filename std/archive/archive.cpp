@@ -184,7 +184,9 @@ ycArchive& ycArchive::operator||(std::string& value)
 ycArchive& ycArchive::operator||(std::wstring& value)
 {
     if (isStoring()) {
-        std::u16string units = yfToUtf16(value);
+        std::optional<std::u16string> utf16 = yfToUtf16(value);
+        if (!utf16) throw ycBadUnicodeChar();
+        const std::u16string& units = *utf16;
         putLengthPrefix(units.size());
         const char marker[2] = {char(0xFF), char(0xFE)};
         putBytes(marker, 2);

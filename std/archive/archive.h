@@ -98,6 +98,7 @@
 #ifndef TLVSTD_ARCHIVE_ARCHIVE_H
 #define TLVSTD_ARCHIVE_ARCHIVE_H
 
+#include "std/archive/persist.h"
 #include "std/except/except.h"
 #include "std/util/byteorder.h"
 

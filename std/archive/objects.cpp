@@ -1,7 +1,7 @@
 #include "std/archive/objects.h"
 
 #include "std/archive/index.h"
-#include "std/archive/registry.h"
+#include "std/except/registry.h"
 #include "std/util/assert.h"
 
 #include <algorithm>

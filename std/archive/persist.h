@@ -1,121 +1,41 @@
-// Persistent objects.
-//
-// ycPersistent is the base of every class that travels through a ycArchive.
-// Each class level writes one version byte, then its base's level, then its
-// own fields, so a stream holds the version bytes from the most-derived class
-// down to ycPersistent followed by the fields from the root up:
-//
-//     void ycCircle::dispatchSerialize(ycArchive& ar)
-//     {
-//         serializeLevel(ar, this, 0, [&](std::uint8_t version) {
-//             if (version != 0) unknownVersion(kSourceName, __LINE__);
-//             ycShape::dispatchSerialize(ar);
-//             ar || center_ || radius_;
-//         });
-//     }
-//
-// A level reached twice in one transfer (a base shared through multiple
-// inheritance) is written once: the visited set is keyed by the address and
-// size of the level, so an empty base at the start of a derived part is told
-// apart from it.
-//
-// Concurrency: the visited set is per thread, and a nested whole-object
-// transfer (an object whose fields hold other objects) works on a set of its
-// own and gives the outer one back when it ends. No process-wide lock is held
-// while an archive waits on its stream, so a thread storing an object never
-// blocks a thread loading one.
-//
-// Change notification: every mutator calls mutating() before it changes the
-// object. When the object is known to an open archive (it was written there
-// and may be referred to again), the archive forgets it, so a later store
-// writes it again instead of referring to the earlier copy.
+// Transfer of persistent objects: whole objects in the archive's direction and
+// references to counted objects. The protocol of an object's body is in
+// std/except/persistent.h, the stream forms in archive.h.
 #ifndef TLVSTD_ARCHIVE_PERSIST_H
 #define TLVSTD_ARCHIVE_PERSIST_H
 
 #include "std/config.h"
+#include "std/except/persistent.h"
+#include "std/util/handle.h"
 
-#include <cstddef>
-#include <cstdint>
-#include <memory>
-
-class ycArchive;
-
-class TLVSTD_API ycPersistent {
-public:
-    virtual ~ycPersistent();
-
-    // Whole-object transfer: an object record (marker, type name, body) when
-    // storing; when loading, the record is read into this existing object,
-    // whose type must be the one recorded.
-    static void serializeObject(ycArchive& ar, ycPersistent& object);
-
-    // Object reference: storing writes null, a new object record the first
-    // time an object is met in this archive, or a reference back to it after
-    // that; loading sets `out` to null, to a new object made through the type
-    // registry (the caller owns it), or to the object already loaded for that
-    // reference.
-    static void serializePointer(ycArchive& ar, ycPersistent* in, ycPersistent*& out);
-
-    // Object reference to a counted object (see yfSerializeHandle): `isA`
-    // checks the loaded type; the archive holds a share of each object it
-    // makes (`acquire`) and gives it back (`release`) when it goes away.
-    static void serializeCounted(ycArchive& ar, ycPersistent* in, ycPersistent*& out, bool (*isA)(ycPersistent*),
-                                 void (*acquire)(ycPersistent*), void (*release)(ycPersistent*));
-
-    // Reads one object record and returns the new object it describes.
-    static std::unique_ptr<ycPersistent> readObject(ycArchive& ar);
-
-    bool isStored() const { return stored_; }
-
-protected:
-    ycPersistent() = default;
-    ycPersistent(const ycPersistent&) noexcept {}
-    ycPersistent& operator=(const ycPersistent&) noexcept
-    {
-        mutating();
-        return *this;
-    }
-
-    // This object's body: the version byte of each level and its fields.
-    virtual void dispatchSerialize(ycArchive& ar);
-    // Called before an object is loaded in place.
-    virtual void reInit() {}
-    virtual bool loadSimple(ycArchive&) { return false; }
-
-    static bool haveVisited(const void* address, std::size_t size);
-    static void setVisited(const void* address, std::size_t size);
-
-    void mutating() noexcept;
-
-    template <class Level, class Body>
-    static void serializeLevel(ycArchive& ar, Level* self, std::uint8_t current, Body&& body)
-    {
-        if (haveVisited(self, sizeof(Level))) return;
-        std::uint8_t version = current;
-        transferVersion(ar, version);
-        body(version);
-        setVisited(self, sizeof(Level));
-    }
-
-    // Throws ycArchive::UnknownVersion(file, line).
-    [[noreturn]] static void unknownVersion(const char* file, int line);
-
-private:
-    friend class ycArchive;
-    friend class yc_ArchiveObjects;
-
-    static void transferVersion(ycArchive& ar, std::uint8_t& version);
-    // The body transfer of one whole object, with a visited set of its own.
-    void serialize(ycArchive& ar, bool reInitFirst);
-
-    bool stored_ = false; // known to an archive as written
-    bool loaded_ = false; // known to an archive as loaded
-};
+#include <concepts>
+#include <type_traits>
 
 // Whole-object transfer in the archive's direction; << asserts a storing
 // archive, >> a loading one.
 TLVSTD_API ycArchive& operator||(ycArchive& ar, ycPersistent& object);
 TLVSTD_API ycArchive& operator<<(ycArchive& ar, const ycPersistent& object);
 TLVSTD_API ycArchive& operator>>(ycArchive& ar, ycPersistent& object);
+
+// Object reference to a counted object. A loading archive keeps a share of
+// every object it makes until it goes away, so a later reference to the same
+// object finds it alive even if the first handle is gone; handles reloaded
+// from references to one object share it again. An object of another type
+// than T is ycArchive::BadType; a reference to an object whose own record is
+// still being read (a cycle, which counting cannot free) is BadContent.
+template <class T>
+    requires std::derived_from<std::remove_const_t<T>, ycPersistent>
+void yfSerializeHandle(ycArchive& ar, ycPtrHandle<T>& h)
+{
+    using Plain = std::remove_const_t<T>;
+    using Traits = ycHandleTraits<Plain>;
+    ycPersistent* out = nullptr;
+    ycPersistent::serializeCounted(
+        ar, const_cast<Plain*>(h.get()), out,
+        [](ycPersistent* p) { return dynamic_cast<Plain*>(p) != nullptr; },
+        [](ycPersistent* p) { Traits::acquire(static_cast<Plain*>(p)); },
+        [](ycPersistent* p) { Traits::release(static_cast<Plain*>(p)); });
+    h = ycPtrHandle<T>(static_cast<Plain*>(out));
+}
 
 #endif

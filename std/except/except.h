@@ -20,7 +20,7 @@
 #ifndef TLVSTD_EXCEPT_EXCEPT_H
 #define TLVSTD_EXCEPT_EXCEPT_H
 
-#include "std/archive/persist.h"
+#include "std/except/persistent.h"
 #include "std/config.h"
 
 #include <concepts>
@@ -115,6 +115,10 @@ ymError(ycSysTimeBadArgument, ycException);
 ymError(ycUnsupportedHW, ycException);
 ymError(ycBadUnicodeChar, ycException);
 ymError(yc_ParseError, ycExceptionWithString);
+
+// An assertion handler (see std/util/assert.h) that throws ycAssertFailure
+// with the text "file(line): assertion failed"; the test suites install it.
+TLVSTD_API void yfThrowingAssertHandler(const char* file, int line);
 
 // An error number without a class of its own: its text is "Internal error
 // code: " and the code in 8 hexadecimal digits, or empty for code 0.

@@ -1,7 +1,6 @@
 #include "std/math/xfbase.h"
 
-#include "std/archive/registry.h"
-#include "std/math/xfcache.h"
+#include "std/except/registry.h"
 #include "std/math/xfcomp.h"
 #include "std/math/xflinear.h"
 #include "std/math/xfpersp.h"
@@ -95,11 +94,10 @@ void yc2XformBase::serialize_(ycArchive& ar, std::uint8_t version)
     ycPersistent::dispatchSerialize(ar);
 }
 
-void yf_RegisterMathClasses(yc_TypeRegistry& registry)
+void yf_RegisterXformClasses(yc_TypeRegistry& registry)
 {
     registry.add<yc2XformLinear>("yc2XformLinear");
     registry.add<yc2XformComposed>("yc2XformComposed");
-    registry.add<yc2XformCache>("yc2XformCache");
     registry.add<yc2XformPerspective>("yc2XformPerspective");
     registry.add<yc2XformPoly>("yc2XformPoly");
 }

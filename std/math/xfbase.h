@@ -103,7 +103,7 @@ private:
 };
 
 // Registers the transform classes with the type registry.
-void yf_RegisterMathClasses(yc_TypeRegistry& registry);
+void yf_RegisterXformClasses(yc_TypeRegistry& registry);
 
 // linearXform returns the linear member by value, so the two headers come
 // together whichever is included first.

@@ -1,7 +1,7 @@
 #include "std/pelbuf/pel3buf.h"
 
 #include "std/archive/archive.h"
-#include "std/archive/registry.h"
+#include "std/except/registry.h"
 #include "std/util/assert.h"
 
 #include <string>

@@ -91,7 +91,7 @@
 #include "std/archive/persist.h"
 #include "std/config.h"
 #include "std/math/pair.h"
-#include "std/math/xfcache.h"
+#include "std/pelbuf/xfcache.h"
 #include "std/math/xform.h"
 #include "std/pelbuf/pbuf_com.h"
 #include "std/pelbuf/pelrect.h"

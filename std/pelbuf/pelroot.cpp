@@ -1,7 +1,7 @@
 #include "std/pelbuf/pelroot.h"
 
 #include "std/archive/archive.h"
-#include "std/archive/registry.h"
+#include "std/except/registry.h"
 #include "std/pelbuf/pool.h"
 #include "std/util/assert.h"
 
@@ -784,7 +784,7 @@ void ycPelRoot<yc3PlanePel>::load(ycArchive& ar)
 
 void yf_RegisterPelBufferClasses(yc_TypeRegistry& registry);
 
-void yf_RegisterPelbufClasses(yc_TypeRegistry& registry)
+void yf_RegisterPelRootClasses(yc_TypeRegistry& registry)
 {
     ycPelTypes::forEach([&]<class T>(std::type_identity<T>) {
         const std::string name = std::string("ycPelRoot<") + yfPelTypeName<T>() + ">";

@@ -65,7 +65,7 @@
 #include "std/pelbuf/package.h"
 #include "std/pelbuf/pelrect.h"
 #include "std/pelbuf/peltypes.h"
-#include "std/rpc/remote.h"
+#include "std/pelbuf/remote.h"
 #include "std/util/handle.h"
 
 #include <concepts>

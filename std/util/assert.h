@@ -7,8 +7,8 @@
 // goes on, returning early wherever going on would touch invalid memory.
 //
 // Handlers: the default writes "file(line): assertion failed" to the debug
-// stream and returns; yfThrowingAssertHandler throws ycAssertFailure (the test
-// suites install it); yfCountingAssertHandler counts and returns, for the few
+// stream and returns; yfThrowingAssertHandler (std/except/except.h) throws
+// ycAssertFailure (the test suites install it); yfCountingAssertHandler counts and returns, for the few
 // places where the code is meant to go on after the report.
 #ifndef TLVSTD_UTIL_ASSERT_H
 #define TLVSTD_UTIL_ASSERT_H
@@ -27,7 +27,6 @@ using ycAssertHandler = ystd_assert_handler;
 // Installs `handler` (null: the default) and returns the one it replaces.
 TLVSTD_API ycAssertHandler yfSetAssertHandler(ycAssertHandler handler);
 
-TLVSTD_API void yfThrowingAssertHandler(const char* file, int line);
 TLVSTD_API void yfCountingAssertHandler(const char* file, int line);
 // Reports counted by yfCountingAssertHandler since the process started.
 TLVSTD_API std::int64_t yfAssertCount();

@@ -15,7 +15,6 @@
 #ifndef TLVSTD_UTIL_HANDLE_H
 #define TLVSTD_UTIL_HANDLE_H
 
-#include "std/archive/persist.h"
 #include "std/config.h"
 
 #include <atomic>
@@ -126,27 +125,6 @@ template <class U, class T>
 ycPtrHandle<U> yfDynamicHandleCast(const ycPtrHandle<T>& h)
 {
     return ycPtrHandle<U>(dynamic_cast<U*>(h.get()));
-}
-
-// Object reference to a counted object. A loading archive keeps a share of
-// every object it makes until it goes away, so a later reference to the same
-// object finds it alive even if the first handle is gone; handles reloaded
-// from references to one object share it again. An object of another type
-// than T is ycArchive::BadType; a reference to an object whose own record is
-// still being read (a cycle, which counting cannot free) is BadContent.
-template <class T>
-    requires std::derived_from<std::remove_const_t<T>, ycPersistent>
-void yfSerializeHandle(ycArchive& ar, ycPtrHandle<T>& h)
-{
-    using Plain = std::remove_const_t<T>;
-    using Traits = ycHandleTraits<Plain>;
-    ycPersistent* out = nullptr;
-    ycPersistent::serializeCounted(
-        ar, const_cast<Plain*>(h.get()), out,
-        [](ycPersistent* p) { return dynamic_cast<Plain*>(p) != nullptr; },
-        [](ycPersistent* p) { Traits::acquire(static_cast<Plain*>(p)); },
-        [](ycPersistent* p) { Traits::release(static_cast<Plain*>(p)); });
-    h = ycPtrHandle<T>(static_cast<Plain*>(out));
 }
 
 #endif

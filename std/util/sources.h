@@ -11,11 +11,7 @@
 namespace ycSource {
 inline constexpr const char* except = "std/except/except";
 inline constexpr const char* archive = "archive";
-inline constexpr const char* util = "std/util/util";
-inline constexpr const char* rpc = "std/rpc/rpc";
 inline constexpr const char* pbufCom = "std/pelbuf/pbuf_com";
-inline constexpr const char* shapes = "std/shapes/shapes";
-inline constexpr const char* affrect = "std/shapes/affrect";
 inline constexpr const char* vector = "std/math/vector";
 inline constexpr const char* matrix = "std/math/matrix";
 inline constexpr const char* range = "std/math/range";

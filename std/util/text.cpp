@@ -1,6 +1,5 @@
 #include "std/util/text.h"
 
-#include "std/except/except.h"
 
 namespace {
 
@@ -58,13 +57,15 @@ std::string yfNarrow(std::wstring_view wide)
     return out;
 }
 
-std::u16string yfToUtf16(std::wstring_view wide)
+std::optional<std::u16string> yfToUtf16(std::wstring_view wide)
 {
     std::u16string out;
     out.reserve(wide.size());
+    bool representable = true;
     forEachCodePoint(wide, [&](char32_t c) {
-        if (c > 0x10FFFF) throw ycBadUnicodeChar();
-        if (c > 0xFFFF) {
+        if (c > 0x10FFFF) {
+            representable = false;
+        } else if (c > 0xFFFF) {
             c -= 0x10000;
             out.push_back(static_cast<char16_t>(0xD800 + (c >> 10)));
             out.push_back(static_cast<char16_t>(0xDC00 + (c & 0x3FF)));
@@ -72,17 +73,8 @@ std::u16string yfToUtf16(std::wstring_view wide)
             out.push_back(static_cast<char16_t>(c));
         }
     });
+    if (!representable) return std::nullopt;
     return out;
-}
-
-std::size_t yfUtf16Length(std::wstring_view wide)
-{
-    std::size_t n = 0;
-    forEachCodePoint(wide, [&](char32_t c) {
-        if (c > 0x10FFFF) throw ycBadUnicodeChar();
-        n += c > 0xFFFF ? 2 : 1;
-    });
-    return n;
 }
 
 std::wstring yfFromUtf16(std::u16string_view units)

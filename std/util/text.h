@@ -9,8 +9,9 @@
 //   code point (a surrogate pair counts as one) becomes one '?';
 // - UTF-16: code points above U+FFFF become surrogate pairs; a pair is joined
 //   on the way back and a lone surrogate passes through unchanged, so any
-//   sequence of units survives a round trip. A value above U+10FFFF cannot be
-//   written and throws ycBadUnicodeChar;
+//   sequence of units survives a round trip. A value above U+10FFFF has no
+//   UTF-16 form: the conversion gives nothing (the archive then throws
+//   ycBadUnicodeChar);
 // - UTF-8: for output and file paths; a malformed byte reads as U+FFFD.
 #ifndef TLVSTD_UTIL_TEXT_H
 #define TLVSTD_UTIL_TEXT_H
@@ -19,16 +20,15 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 
 TLVSTD_API std::wstring yfWiden(std::string_view narrow);
 TLVSTD_API std::string yfNarrow(std::wstring_view wide);
 
-TLVSTD_API std::u16string yfToUtf16(std::wstring_view wide);
+TLVSTD_API std::optional<std::u16string> yfToUtf16(std::wstring_view wide);
 TLVSTD_API std::wstring yfFromUtf16(std::u16string_view units);
-// Number of UTF-16 units that `wide` needs; throws ycBadUnicodeChar as yfToUtf16.
-TLVSTD_API std::size_t yfUtf16Length(std::wstring_view wide);
 
 TLVSTD_API std::string yfToUtf8(std::wstring_view wide);
 TLVSTD_API std::wstring yfFromUtf8(std::string_view utf8);

@@ -6,7 +6,7 @@
 #include "../support/bytes.h"
 #include "fuzz/archive_harness.h"
 
-#include "std/math/xfcache.h"
+#include "std/pelbuf/xfcache.h"
 #include "std/math/xfcomp.h"
 #include "std/math/xfpersp.h"
 #include "std/math/xfpoly.h"

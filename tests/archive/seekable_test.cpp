@@ -5,7 +5,7 @@
 
 #include "std/archive/filearchive.h"
 #include "std/archive/objects.h"
-#include "std/archive/registry.h"
+#include "std/except/registry.h"
 #include "std/util/assert.h"
 #include "std/util/debug.h"
 #include "std/util/text.h"

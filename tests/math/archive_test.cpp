@@ -7,7 +7,7 @@
 
 #include "std/math/angle.h"
 #include "std/math/pair.h"
-#include "std/math/xfcache.h"
+#include "std/pelbuf/xfcache.h"
 #include "std/math/xform.h"
 #include "std/pelbuf/pelrect.h"
 

@@ -1,8 +1,8 @@
 // The transforms: the values ycXform<2>, ycXform<3> and yc2Rigid; and the
 // polymorphic family: composition rules, the composed sequence, the
 // perspective and polynomial members, the cache, allocation and sharing.
-#include "std/archive/registry.h"
-#include "std/math/xfcache.h"
+#include "std/except/registry.h"
+#include "std/pelbuf/xfcache.h"
 #include "std/math/xfcomp.h"
 #include "std/math/xflinear.h"
 #include "std/math/xform.h"

@@ -5,7 +5,7 @@
 
 #include "core/ycore.h"
 #include "std/archive/memarchive.h"
-#include "std/archive/registry.h"
+#include "std/except/registry.h"
 #include "std/pelbuf/pelroot.h"
 
 #include <gtest/gtest.h>

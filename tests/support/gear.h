@@ -3,7 +3,7 @@
 #define TLVSTD_TESTS_SUPPORT_GEAR_H
 
 #include "std/archive/archive.h"
-#include "std/archive/registry.h"
+#include "std/except/registry.h"
 
 #include <cstdint>
 #include <memory>

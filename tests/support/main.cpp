@@ -1,5 +1,6 @@
 // Test entry: every broken precondition throws ycAssertFailure, so no test
 // runs past one and each assertion point can be checked with EXPECT_THROW.
+#include "std/except/except.h"
 #include "std/util/assert.h"
 
 #include <gtest/gtest.h>

@@ -3,7 +3,7 @@
 #include "../support/bytes.h"
 
 #include "std/archive/memarchive.h"
-#include "std/archive/registry.h"
+#include "std/except/registry.h"
 #include "std/util/handle.h"
 
 #include <gtest/gtest.h>

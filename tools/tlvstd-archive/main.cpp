@@ -9,7 +9,7 @@
 // Anything wrong with the file is one line on stderr and exit status 1; a
 // wrong command line is the usage text and status 2.
 #include "std/archive/filearchive.h"
-#include "std/archive/registry.h"
+#include "std/except/registry.h"
 #include "std/except/except.h"
 #include "std/util/text.h"
 

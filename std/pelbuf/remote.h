@@ -5,8 +5,8 @@
 // enabled for it, its handle on the remote side and the communicator that
 // reaches that side. An object made here is local; only the remote-call layer
 // makes remote ones.
-#ifndef TLVSTD_RPC_REMOTE_H
-#define TLVSTD_RPC_REMOTE_H
+#ifndef TLVSTD_PELBUF_REMOTE_H
+#define TLVSTD_PELBUF_REMOTE_H
 
 #include "std/except/except.h"
 

@@ -1,4 +1,4 @@
-#include "std/util/devenv.h"
+#include "std/except/devenv.h"
 
 namespace {
 

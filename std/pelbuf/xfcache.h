@@ -1,5 +1,6 @@
 // A transform together with its inverse and, when it is linear, its linear
-// form: what a pel buffer keeps as its client-coordinate transform.
+// form: what a pel buffer keeps as its client-coordinate transform. It lives
+// with the buffers because it reports in their terms (ycPel::NonlinearXform).
 //
 // The inverse is computed on first request (xformInverse()) by the forward
 // transform's inverseBase() and kept; setting a new forward transform drops it
@@ -17,8 +18,8 @@
 // transform as an object reference (never null), then the inverse as one
 // (null when not yet computed). The linear flag and form are recomputed on
 // loading. Canonical name "yc2XformCache".
-#ifndef TLVSTD_MATH_XFCACHE_H
-#define TLVSTD_MATH_XFCACHE_H
+#ifndef TLVSTD_PELBUF_XFCACHE_H
+#define TLVSTD_PELBUF_XFCACHE_H
 
 #include "std/math/xfbase.h"
 #include "std/math/xflinear.h"

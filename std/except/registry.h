@@ -19,10 +19,10 @@
 //
 // Registering one name for two different types is an assertion; registering
 // the same pair again is ignored.
-#ifndef TLVSTD_ARCHIVE_REGISTRY_H
-#define TLVSTD_ARCHIVE_REGISTRY_H
+#ifndef TLVSTD_EXCEPT_REGISTRY_H
+#define TLVSTD_EXCEPT_REGISTRY_H
 
-#include "std/archive/persist.h"
+#include "std/except/persistent.h"
 #include "std/config.h"
 
 #include <new>

@@ -1,4 +1,4 @@
-#include "std/math/xfcache.h"
+#include "std/pelbuf/xfcache.h"
 
 namespace {
 // Shared by every new cache; never destroyed, so caches that die at exit can

@@ -1,7 +1,7 @@
-#include "std/archive/registry.h"
+#include "std/except/registry.h"
 
+#include "std/except/devenv.h"
 #include "std/util/assert.h"
-#include "std/util/devenv.h"
 
 #include <map>
 #include <memory>

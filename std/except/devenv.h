@@ -1,6 +1,6 @@
 // The development environment: canonical type names, cancellation.
-#ifndef TLVSTD_UTIL_DEVENV_H
-#define TLVSTD_UTIL_DEVENV_H
+#ifndef TLVSTD_EXCEPT_DEVENV_H
+#define TLVSTD_EXCEPT_DEVENV_H
 
 #include "std/except/except.h"
 
