@@ -6,34 +6,52 @@
 #include "std/math/xfpersp.h"
 #include "std/math/xfpoly.h"
 
-#include <cstring>
+#include <mutex>
+#include <unordered_map>
 
 namespace {
 constexpr const char* kSourceName = ycSource::xfbase;
 
-// The site sits in front of each block; its size keeps the block aligned as
-// the core aligns it.
-struct alignas(16) SiteHeader {
-    const char* file;
-    int line;
+// Sites by block address. Nothing is written in or before a block, so a
+// lookup for an object that no operator here allocated finds nothing and
+// reads only its own address. Never destroyed: transforms die at exit too.
+struct SiteTable {
+    std::mutex lock;
+    std::unordered_map<const void*, yc_DebugAlloc::Site> sites;
 };
-static_assert(sizeof(SiteHeader) == 16);
 
-SiteHeader* headerOf(void* block)
+SiteTable& siteTable()
 {
-    return reinterpret_cast<SiteHeader*>(static_cast<unsigned char*>(block) - sizeof(SiteHeader));
+    static auto* table = new SiteTable;
+    return *table;
 }
 } // namespace
 
 void* yc_DebugAlloc::allocate(std::size_t size, const char* file, int line) noexcept
 {
-    if (size > static_cast<std::size_t>(-1) - sizeof(SiteHeader)) return nullptr;
-    void* raw = nullptr;
-    if (ysys_memory_alloc_internal(&raw, size + sizeof(SiteHeader), file, line) != YSTD_OK) return nullptr;
-    auto* header = static_cast<SiteHeader*>(raw);
-    header->file = file;
-    header->line = line;
-    return header + 1;
+    void* p = nullptr;
+    if (ysys_memory_alloc_internal(&p, size, file, line) != YSTD_OK) return nullptr;
+    if (!file) return p;
+    try {
+        SiteTable& t = siteTable();
+        std::lock_guard<std::mutex> guard(t.lock);
+        t.sites[p] = Site{file, line};
+    } catch (...) {
+        ysys_memory_free_internal(p);
+        return nullptr;
+    }
+    return p;
+}
+
+void yc_DebugAlloc::release(void* p) noexcept
+{
+    if (!p) return;
+    {
+        SiteTable& t = siteTable();
+        std::lock_guard<std::mutex> guard(t.lock);
+        t.sites.erase(p);
+    }
+    ysys_memory_free_internal(p);
 }
 
 void* yc_DebugAlloc::operator new(std::size_t size)
@@ -55,25 +73,33 @@ void* yc_DebugAlloc::operator new(std::size_t size, const char* file, int line)
 
 void yc_DebugAlloc::operator delete(void* p) noexcept
 {
-    if (p) ysys_memory_free_internal(headerOf(p));
+    release(p);
 }
 
 void yc_DebugAlloc::operator delete(void* p, const std::nothrow_t&) noexcept
 {
-    operator delete(p);
+    release(p);
 }
 
 void yc_DebugAlloc::operator delete(void* p, const char*, int) noexcept
 {
-    operator delete(p);
+    release(p);
 }
 
 yc_DebugAlloc::Site yc_DebugAlloc::allocationSite(const void* object)
 {
     ymAssert(object != nullptr);
     if (!object) return Site{nullptr, 0};
-    const SiteHeader* header = headerOf(const_cast<void*>(object));
-    return Site{header->file, header->line};
+    SiteTable& t = siteTable();
+    std::lock_guard<std::mutex> guard(t.lock);
+    const auto it = t.sites.find(object);
+    return it == t.sites.end() ? Site{nullptr, 0} : it->second;
+}
+
+ycPtrHandle_const<yc2XformBase> yfShareOrClone(const yc2XformBase& x, bool share)
+{
+    if (share && x.refCount() > 0) return ycPtrHandle_const<yc2XformBase>(&x);
+    return x.clone();
 }
 
 yc2XformBase::~yc2XformBase() = default;

@@ -18,10 +18,20 @@
 // A transform is changed only while one owner builds it; once shared it is
 // read-only, so handles to it may be used from many threads at once.
 //
+// Keeping arguments. No function of the family (nor the pel buffers that hold
+// transforms) keeps a `const yc2XformBase&` argument by its address: the
+// caller's object may be on the stack or a temporary. A form that stores "a
+// clone of the argument" clones it; a form that asks to share it shares it
+// only when a handle already holds it (refCount() > 0) and clones it
+// otherwise. yfShareOrClone is that rule. To share a transform for certain,
+// hold it in a handle and pass the handle.
+//
 // Allocation: every transform comes from the core allocator through class
 // operators that record the allocating source and line (ymNew passes them:
-// `ymNew yc2XformLinear(m, t)`; a plain `new` records no site). The site of a
-// heap transform is given by yc_DebugAlloc::allocationSite.
+// `ymNew yc2XformLinear(m, t)`; a plain `new` records no site). The sites
+// live in a table beside the objects, so allocationSite() of a transform on
+// the stack, or inside another object, reads nothing outside it and reports
+// an unknown site (null file, line 0).
 #ifndef TLVSTD_MATH_XFBASE_H
 #define TLVSTD_MATH_XFBASE_H
 
@@ -57,12 +67,13 @@ public:
     static void operator delete(void* p, const std::nothrow_t&) noexcept;
     static void operator delete(void* p, const char* file, int line) noexcept;
 
-    // The site recorded for the complete object at `object`, which must have
-    // been allocated through these operators.
+    // The site recorded for the complete object at `object`; unknown for an
+    // object these operators did not allocate.
     static Site allocationSite(const void* object);
 
 private:
     static void* allocate(std::size_t size, const char* file, int line) noexcept;
+    static void release(void* p) noexcept;
 };
 
 // `ymNew T(args)` allocates a transform recording this source (kSourceName)
@@ -87,7 +98,7 @@ public:
 
     ycVector<2> operator*(const ycVector<2>& p) const { return mapPoint(p); }
 
-    // Where this transform was allocated (it must live on the heap).
+    // Where this transform was allocated; unknown when not by ymNew.
     yc_DebugAlloc::Site allocationSite() const { return yc_DebugAlloc::allocationSite(dynamic_cast<const void*>(this)); }
 
 protected:
@@ -101,6 +112,10 @@ private:
     // One class level's fields; a class's dispatchSerialize calls its own.
     virtual void serialize_(ycArchive& ar, std::uint8_t version);
 };
+
+// What a member or setter keeps of the argument x: x itself when `share` is
+// asked and a handle already holds it, else a clone.
+TLVSTD_API ycPtrHandle_const<yc2XformBase> yfShareOrClone(const yc2XformBase& x, bool share);
 
 // Registers the transform classes with the type registry.
 void yf_RegisterXformClasses(yc_TypeRegistry& registry);

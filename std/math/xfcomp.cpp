@@ -2,35 +2,26 @@
 
 #include <algorithm>
 
-yc2XformComposed::yc2XformComposed(const yc2XformBase& x, bool clone) : members_{member(x, clone)} {}
+yc2XformComposed::yc2XformComposed(const yc2XformBase& x, bool clone) : members_{yfShareOrClone(x, !clone)} {}
 
 yc2XformComposed::yc2XformComposed(const yc2XformBase& left, const yc2XformBase& right, bool cloneLeft,
                                    bool cloneRight)
-    : members_{member(left, cloneLeft), member(right, cloneRight)}
+    : members_{yfShareOrClone(left, !cloneLeft), yfShareOrClone(right, !cloneRight)}
 {
 }
 
 yc2XformComposed::~yc2XformComposed() = default;
 
-ycPtrHandle_const<yc2XformBase> yc2XformComposed::member(const yc2XformBase& x, bool copy)
-{
-    if (!copy) {
-        ymAssert(x.refCount() > 0);
-        if (x.refCount() > 0) return ycPtrHandle_const<yc2XformBase>(&x);
-    }
-    return x.clone();
-}
-
 void yc2XformComposed::postCompose(const yc2XformBase& x, bool copy)
 {
-    auto m = member(x, copy);
+    auto m = yfShareOrClone(x, !copy);
     mutating();
     members_.push_back(std::move(m));
 }
 
 void yc2XformComposed::preCompose(const yc2XformBase& x, bool copy)
 {
-    auto m = member(x, copy);
+    auto m = yfShareOrClone(x, !copy);
     mutating();
     members_.insert(members_.begin(), std::move(m));
 }

@@ -2,10 +2,9 @@
 //
 // yc2XformComposed holds members T0, T1, ..., Tk-1 and stands for
 // T0 o T1 o ... o Tk-1: the last member is applied first. Members are shared
-// read-only transforms; a member given by reference is either cloned or
-// shared, as the caller's flag says. Sharing needs an object that already
-// lives in a handle: a transform without one (on the stack, say) is an
-// assertion, after which it is cloned.
+// read-only transforms; a member given by reference is cloned, or shared when
+// the caller's flag asks it and a handle already holds the argument (a
+// transform on the stack, or a temporary, is cloned: see xfbase.h).
 //
 // isLinear() is true only when every member is linear. linearXform(at) chains
 // the members' own approximations along the path of `at`, so it is the
@@ -38,6 +37,7 @@ public:
     ~yc2XformComposed() override;
 
     // Appends x at the end of the list, so it is applied before all others.
+    // With copy false, x is shared if a handle holds it.
     void postCompose(const yc2XformBase& x, bool copy);
     // Puts x at the front, so it is applied after all others.
     void preCompose(const yc2XformBase& x, bool copy);
@@ -62,7 +62,6 @@ private:
     void serialize_(ycArchive& ar, std::uint8_t version) override;
     // False (after the assertion) when there is nothing to apply.
     bool checkNotEmpty() const;
-    static ycPtrHandle_const<yc2XformBase> member(const yc2XformBase& x, bool copy);
 
     std::vector<ycPtrHandle_const<yc2XformBase>> members_;
 };

@@ -12,88 +12,74 @@ constexpr const char* kSourceName = ycSource::pbufCom;
 
 using Planes = ycPelRoot<yc3PlanePel>;
 
-// An 8-bit view of one plane that sees what `of` sees.
-template <class View>
-View planeView(const yc_PelBuffer& of, Planes::Plane* plane)
+} // namespace
+
+// --- what both colour buffers share ------------------------------------------
+
+template <class Base>
+yc_3PlanePelBufferOf<Base>::~yc_3PlanePelBufferOf() = default;
+
+// An 8-bit view of one plane that sees what this buffer sees.
+template <class Base>
+typename yc_3PlanePelBufferOf<Base>::PlaneBuffer yc_3PlanePelBufferOf<Base>::plane(int i) const
 {
-    if (!of.isBound()) throw ycPel::UnboundWindow();
-    View view(plane);
-    view.windowRoot(of.windowRoot());
-    view.offset(of.offset());
-    view.copyXforms(of);
+    const Planes* planes = this->root();
+    if (!planes) throw ycPel::UnboundWindow();
+    Planes::Plane* const each[] = {planes->plane0(), planes->plane1(), planes->plane2()};
+    PlaneBuffer view(ycPtrHandle<Planes::Plane>(each[i]));
+    view.windowRoot(this->windowRoot());
+    view.offset(this->offset());
+    view.copyXforms(*this);
     return view;
 }
 
-ycColorSpaceDefs::ColorSpace checkedColorSpace(ycColorSpaceDefs::ColorSpace c)
+template <class Base>
+void yc_3PlanePelBufferOf<Base>::colorSpace(ColorSpace c)
 {
     if (!ycColorSpaceDefs::isThreePlane(c)) throw ycColorSpaceDefs::BadColorSpace(ycColorSpaceDefs::name(c));
-    return c;
+    colorSpace_ = c;
+    ycPersistent::mutating();
 }
 
-// Runs the pel buffer's level, then moves the tag; a refused stored tag puts
-// the buffer back as it was.
-template <class Base, class Level>
-void serializeWithColorSpace(ycArchive& ar, Base& self, ycColorSpaceDefs::ColorSpace& tag, Level&& level)
+// The pel buffer's level, then the tag; a refused stored tag puts the buffer
+// back as it was.
+template <class Base>
+void yc_3PlanePelBufferOf<Base>::dispatchSerialize(ycArchive& ar)
 {
-    std::int32_t value = tag;
-    if (ar.isStoring()) {
-        level();
-        ar || value;
-        return;
-    }
-    const Base before = self;
-    level();
-    try {
-        ar || value;
-        const auto c = static_cast<ycColorSpaceDefs::ColorSpace>(value);
-        if (!ycColorSpaceDefs::isThreePlane(c)) throw ycArchive::BadContent(kSourceName, __LINE__);
-        tag = c;
-    } catch (...) {
-        self = before;
-        throw;
-    }
+    ycPersistent::serializeLevel(ar, this, 0, [&](std::uint8_t version) {
+        if (version != 0) ycPersistent::unknownVersion(kSourceName, __LINE__);
+        std::int32_t value = colorSpace_;
+        if (ar.isStoring()) {
+            Base::dispatchSerialize(ar);
+            ar || value;
+            return;
+        }
+        Base& self = *this;
+        const Base before = self;
+        Base::dispatchSerialize(ar);
+        try {
+            ar || value;
+            const auto c = static_cast<ColorSpace>(value);
+            if (!ycColorSpaceDefs::isThreePlane(c)) throw ycArchive::BadContent(kSourceName, __LINE__);
+            colorSpace_ = c;
+        } catch (...) {
+            self = before;
+            throw;
+        }
+    });
 }
 
-} // namespace
+template class TLVSTD_INSTANCE_API yc_3PlanePelBufferOf<ycPelBuffer_const<yc3PlanePel>>;
+template class TLVSTD_INSTANCE_API yc_3PlanePelBufferOf<ycPelBuffer<yc3PlanePel>>;
 
 // --- yc3PlanePelBuffer_const --------------------------------------------------
 
 yc3PlanePelBuffer_const::yc3PlanePelBuffer_const(const yc3PlanePelBuffer& other)
-    : ycPelBuffer_const(other), colorSpace_(other.colorSpace())
+    : yc_3PlanePelBufferOf(other, other.colorSpace())
 {
 }
 
 yc3PlanePelBuffer_const::~yc3PlanePelBuffer_const() = default;
-
-ycPelBuffer_const<unsigned char> yc3PlanePelBuffer_const::plane0() const
-{
-    return planeView<ycPelBuffer_const<unsigned char>>(*this, root() ? root()->plane0() : nullptr);
-}
-
-ycPelBuffer_const<unsigned char> yc3PlanePelBuffer_const::plane1() const
-{
-    return planeView<ycPelBuffer_const<unsigned char>>(*this, root() ? root()->plane1() : nullptr);
-}
-
-ycPelBuffer_const<unsigned char> yc3PlanePelBuffer_const::plane2() const
-{
-    return planeView<ycPelBuffer_const<unsigned char>>(*this, root() ? root()->plane2() : nullptr);
-}
-
-void yc3PlanePelBuffer_const::colorSpace(ColorSpace c)
-{
-    colorSpace_ = checkedColorSpace(c);
-    ycPersistent::mutating();
-}
-
-void yc3PlanePelBuffer_const::dispatchSerialize(ycArchive& ar)
-{
-    serializeLevel(ar, this, 0, [&](std::uint8_t version) {
-        if (version != 0) unknownVersion(kSourceName, __LINE__);
-        ycPelBuffer_const<yc3PlanePel>& self = *this;
-        serializeWithColorSpace(ar, self, colorSpace_, [&] { ycPelBuffer_const::dispatchSerialize(ar); });
-    });
-}
 
 // --- yc3PlanePelBuffer --------------------------------------------------------
 
@@ -110,43 +96,13 @@ yc3PlanePelBuffer::yc3PlanePelBuffer(const ycPelBuffer<unsigned char>& p0, const
     };
     ymAssert(p0.root()->isLocal() && fits(p1) && fits(p2));
     if (!p0.root()->isLocal() || !fits(p1) || !fits(p2)) return;
-    assignRoot(new Planes(p0.root(), p1.root(), p2.root()));
+    assignRoot(ycPtrHandle<yc_PelRoot>(new Planes(p0.root(), p1.root(), p2.root())));
     windowRoot(p0.windowRoot());
     offset(p0.offset());
     copyXforms(p0);
 }
 
 yc3PlanePelBuffer::~yc3PlanePelBuffer() = default;
-
-ycPelBuffer<unsigned char> yc3PlanePelBuffer::plane0() const
-{
-    return planeView<ycPelBuffer<unsigned char>>(*this, root() ? root()->plane0() : nullptr);
-}
-
-ycPelBuffer<unsigned char> yc3PlanePelBuffer::plane1() const
-{
-    return planeView<ycPelBuffer<unsigned char>>(*this, root() ? root()->plane1() : nullptr);
-}
-
-ycPelBuffer<unsigned char> yc3PlanePelBuffer::plane2() const
-{
-    return planeView<ycPelBuffer<unsigned char>>(*this, root() ? root()->plane2() : nullptr);
-}
-
-void yc3PlanePelBuffer::colorSpace(ColorSpace c)
-{
-    colorSpace_ = checkedColorSpace(c);
-    ycPersistent::mutating();
-}
-
-void yc3PlanePelBuffer::dispatchSerialize(ycArchive& ar)
-{
-    serializeLevel(ar, this, 0, [&](std::uint8_t version) {
-        if (version != 0) unknownVersion(kSourceName, __LINE__);
-        ycPelBuffer<yc3PlanePel>& self = *this;
-        serializeWithColorSpace(ar, self, colorSpace_, [&] { ycPelBuffer::dispatchSerialize(ar); });
-    });
-}
 
 void yf_RegisterPel3BufferClasses(yc_TypeRegistry& registry)
 {

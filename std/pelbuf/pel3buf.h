@@ -15,7 +15,9 @@
 // an assertion and leaves the buffer unbound. The result takes the first
 // plane's window, offset and transform.
 //
-// A writable colour buffer converts to the read-only one, keeping its tag.
+// Made over a root, a colour buffer follows the pel buffer's rules (pelbuf.h,
+// "Roots"). A writable colour buffer converts to the read-only one, keeping
+// its tag.
 //
 // Archive form (canonical names "yc3PlanePelBuffer" and
 // "yc3PlanePelBuffer_const"): version byte 00 for this level, then the pel
@@ -28,61 +30,68 @@
 #include "std/pelbuf/colorspace.h"
 #include "std/pelbuf/pelbuf.h"
 
+#include <type_traits>
+
 class yc3PlanePelBuffer;
 
-class TLVSTD_API yc3PlanePelBuffer_const : public ycPelBuffer_const<yc3PlanePel> {
+// What the two colour buffers share: the tag, the plane views and the
+// archive level. Base is ycPelBuffer_const<yc3PlanePel> or ycPelBuffer<yc3PlanePel>,
+// and the planes are read-only or writable to match.
+template <class Base>
+class yc_3PlanePelBufferOf : public Base {
 public:
     using ColorSpace = ycColorSpaceDefs::ColorSpace;
+    using PlaneBuffer = std::conditional_t<std::is_base_of_v<ycPelBuffer<yc3PlanePel>, Base>,
+                                           ycPelBuffer<unsigned char>, ycPelBuffer_const<unsigned char>>;
 
-    yc3PlanePelBuffer_const() = default;
-    explicit yc3PlanePelBuffer_const(RootType* root) : ycPelBuffer_const(root) {}
-    yc3PlanePelBuffer_const(const yc3PlanePelBuffer& other);
-    yc3PlanePelBuffer_const(const yc3PlanePelBuffer_const&) = default;
-    yc3PlanePelBuffer_const& operator=(const yc3PlanePelBuffer_const&) = default;
-    ~yc3PlanePelBuffer_const() override;
+    using Base::Base;
+    ~yc_3PlanePelBufferOf() override;
 
-    ycPelBuffer_const<unsigned char> plane0() const;
-    ycPelBuffer_const<unsigned char> plane1() const;
-    ycPelBuffer_const<unsigned char> plane2() const;
+    PlaneBuffer plane0() const { return plane(0); }
+    PlaneBuffer plane1() const { return plane(1); }
+    PlaneBuffer plane2() const { return plane(2); }
 
     ColorSpace colorSpace() const { return colorSpace_; }
     void colorSpace(ColorSpace c);
 
 protected:
+    yc_3PlanePelBufferOf() = default;
+    yc_3PlanePelBufferOf(const yc_3PlanePelBufferOf&) = default;
+    yc_3PlanePelBufferOf& operator=(const yc_3PlanePelBufferOf&) = default;
+    yc_3PlanePelBufferOf(const Base& pels, ColorSpace c) : Base(pels), colorSpace_(c) {}
+
     void dispatchSerialize(ycArchive& ar) override;
 
 private:
+    PlaneBuffer plane(int i) const;
+
     ColorSpace colorSpace_ = ycColorSpaceDefs::RGB;
 };
 
-class TLVSTD_API yc3PlanePelBuffer : public ycPelBuffer<yc3PlanePel> {
-public:
-    using ColorSpace = ycColorSpaceDefs::ColorSpace;
+extern template class TLVSTD_API yc_3PlanePelBufferOf<ycPelBuffer_const<yc3PlanePel>>;
+extern template class TLVSTD_API yc_3PlanePelBufferOf<ycPelBuffer<yc3PlanePel>>;
 
+class TLVSTD_API yc3PlanePelBuffer_const : public yc_3PlanePelBufferOf<ycPelBuffer_const<yc3PlanePel>> {
+public:
+    // Over a root: the forms of ycPelBuffer_const (pelbuf.h).
+    using yc_3PlanePelBufferOf::yc_3PlanePelBufferOf;
+    yc3PlanePelBuffer_const() = default;
+    yc3PlanePelBuffer_const(const yc3PlanePelBuffer& other);
+    yc3PlanePelBuffer_const(const yc3PlanePelBuffer_const&) = default;
+    yc3PlanePelBuffer_const& operator=(const yc3PlanePelBuffer_const&) = default;
+    ~yc3PlanePelBuffer_const() override;
+};
+
+class TLVSTD_API yc3PlanePelBuffer : public yc_3PlanePelBufferOf<ycPelBuffer<yc3PlanePel>> {
+public:
+    // New planes, and the forms over a root, of ycPelBuffer (pelbuf.h).
+    using yc_3PlanePelBufferOf::yc_3PlanePelBufferOf;
     yc3PlanePelBuffer() = default;
-    yc3PlanePelBuffer(std::int32_t width, std::int32_t height, std::int32_t alignModulus = kDefaultAlign)
-        : ycPelBuffer(width, height, alignModulus)
-    {
-    }
-    explicit yc3PlanePelBuffer(RootType* root) : ycPelBuffer(root) {}
     yc3PlanePelBuffer(const ycPelBuffer<unsigned char>& p0, const ycPelBuffer<unsigned char>& p1,
                       const ycPelBuffer<unsigned char>& p2);
     yc3PlanePelBuffer(const yc3PlanePelBuffer&) = default;
     yc3PlanePelBuffer& operator=(const yc3PlanePelBuffer&) = default;
     ~yc3PlanePelBuffer() override;
-
-    ycPelBuffer<unsigned char> plane0() const;
-    ycPelBuffer<unsigned char> plane1() const;
-    ycPelBuffer<unsigned char> plane2() const;
-
-    ColorSpace colorSpace() const { return colorSpace_; }
-    void colorSpace(ColorSpace c);
-
-protected:
-    void dispatchSerialize(ycArchive& ar) override;
-
-private:
-    ColorSpace colorSpace_ = ycColorSpaceDefs::RGB;
 };
 
 #endif

@@ -5,8 +5,10 @@
 #include "std/util/assert.h"
 
 #include <algorithm>
+#include <functional>
 #include <limits>
 #include <string>
+#include <tuple>
 #include <utility>
 
 namespace {
@@ -169,9 +171,17 @@ void yc_PelBuffer::setUnbound()
     root_.reset();
 }
 
-void yc_PelBuffer::assignRoot(yc_PelRoot* root)
+ycPtrHandle<yc_PelRoot> yc_PelBuffer::heldRoot(yc_PelRoot* root)
 {
-    ycPtrHandle<yc_PelRoot> h(root);
+    if (!root) return nullptr;
+    // Adopting a root nobody holds could delete memory the caller still owns.
+    ymAssert(root->refCount() > 0);
+    if (root->refCount() <= 0) return nullptr;
+    return ycPtrHandle<yc_PelRoot>(root);
+}
+
+void yc_PelBuffer::assignRoot(ycPtrHandle<yc_PelRoot> h)
+{
     Placement p{window_, offset_, false};
     if (h) {
         p.window = ycPelRect(0, 0, h->width(), h->height());
@@ -223,10 +233,14 @@ bool operator==(const yc_PelBuffer& a, const yc_PelBuffer& b)
     return a.root_.get() == b.root_.get() && a.window_ == b.window_ && a.offset_ == b.offset_;
 }
 
-bool operator<(const yc_PelBuffer&, const yc_PelBuffer&)
+bool operator<(const yc_PelBuffer& a, const yc_PelBuffer& b)
 {
-    ymAssert(false);
-    return false;
+    if (a.root_.get() != b.root_.get()) return std::less<const yc_PelRoot*>()(a.root_.get(), b.root_.get());
+    const auto key = [](const yc_PelBuffer& x) {
+        return std::make_tuple(x.window_.x(), x.window_.y(), x.window_.width(), x.window_.height(), x.offset_.x(),
+                               x.offset_.y());
+    };
+    return key(a) < key(b);
 }
 
 void yc_PelBuffer::clientFromImageXformBase(const yc2XformBase& x)
@@ -243,7 +257,7 @@ void yc_PelBuffer::clientFromImageXformBase(const ycPtrHandle_const<yc2XformBase
 
 void yc_PelBuffer::imageFromClientXformBase(const yc2XformBase& x)
 {
-    imageFromClientXformBase(ycPtrHandle_const<yc2XformBase>(&x), true);
+    imageFromClientXformBase(yfShareOrClone(x, false), false);
 }
 
 void yc_PelBuffer::imageFromClientXformBase(const ycPtrHandle_const<yc2XformBase>& x, bool copy)
@@ -420,7 +434,7 @@ void ycPelBuffer_const<T>::copyToBuffer(T* dst) const
 template <ycPelType T>
 ycPelBuffer<T>::ycPelBuffer(std::int32_t width, std::int32_t height, std::int32_t alignModulus)
 {
-    this->assignRoot(new RootType(width, height, alignModulus));
+    this->assignRoot(ycPtrHandle<yc_PelRoot>(new RootType(width, height, alignModulus)));
 }
 
 template <ycPelType T>
@@ -456,13 +470,6 @@ void ycPelBuffer<T>::copyFromBuffer(const T* src)
     }
 }
 
-// GCC and clang take the visibility from the extern declaration in the
-// header; Windows wants the export on the definition as well.
-#if defined(_WIN32)
-#define TLVSTD_INSTANCE_API TLVSTD_API
-#else
-#define TLVSTD_INSTANCE_API
-#endif
 #define TLVSTD_PELBUF_INSTANCE(T)                              \
     template class TLVSTD_INSTANCE_API ycPelBuffer_const<T>; \
     template class TLVSTD_INSTANCE_API ycPelBuffer<T>;

@@ -36,6 +36,16 @@
 //                         an empty window at (0, 0).
 // A buffer made over a root starts with the whole root at offset (0, 0).
 //
+// Roots. A buffer holds its root through a handle, and the constructor that
+// takes a handle is the one to use: it shares the root. The one that takes
+// a ycPelRootOwner (what disconnectRoot hands out) adopts that root: the
+// buffer's share becomes its only one. The one that takes a plain pointer
+// shares a root that a handle already holds (refCount() > 0) and never
+// adopts: a root that nothing holds (made with new and never given to a
+// handle, or not on the heap at all) is an assertion, the buffer stays
+// unbound and the root is left to its maker. So a buffer never deletes a
+// root that was not handed to it. A null root makes an unbound buffer.
+//
 // Failures (ycPel, pbuf_com.h): UnboundWindow for anything that needs the
 // root of an unbound buffer (every windowing form but offset, the root's
 // geometry, pel access); BadWindow for a refused window, and also for one
@@ -45,19 +55,22 @@
 // window, offset and root are written only after every check has passed.
 // Rectangle arithmetic is done in 64 bits.
 //
-// pointToRow(y) reports BadCoord (0, y); pointToPel(x, y) and get/put report
-// (x, y), whichever of the two is out of range.
+// pointToRow(y) reports BadCoord (0, y). pointToPel(x, y), get and put check
+// the column first and report (x, y) when it is outside; then they go
+// through pointToRow, so a row outside reports (0, y).
 //
 // disconnectRoot() hands a root shared by nobody else to the caller: the
 // count goes to 0 without destroying it, and the returned owner disposes of
 // it (through yfRelease, so a pooled root goes back to its pool) unless the
-// caller passes it on, for example to a new buffer, which then holds its only
-// share.
+// caller passes it on, for example to a new buffer (the owner form of the
+// constructor), which then holds its only share.
 //
 // sharesPels() is true for two bound buffers on the same root whose windows
 // overlap. operator== compares root, window and offset (not the transform);
-// operator< exists only so buffers can name keys of ordered containers and
-// asserts when called.
+// operator< is a strict weak order on the same three (root address, then the
+// window's x, y, width, height in root coordinates, then the offset), so
+// buffers can be keys of ordered containers and two keys are equivalent
+// exactly when they are ==.
 //
 // The writable view calls mutating() before handing out a writable pointer:
 // the root hears of the change and archives that hold it write it again.
@@ -204,7 +217,7 @@ public:
     // Same root, same window in root coordinates, same offset.
     friend TLVSTD_API bool operator==(const yc_PelBuffer& a, const yc_PelBuffer& b);
     friend bool operator!=(const yc_PelBuffer& a, const yc_PelBuffer& b) { return !(a == b); }
-    // For ordered containers only: asserts, and returns false.
+    // Orders by root address, window, then offset (see the header comment).
     friend TLVSTD_API bool operator<(const yc_PelBuffer& a, const yc_PelBuffer& b);
 
     // --- client coordinates ------------------------------------------------------
@@ -240,9 +253,13 @@ protected:
     yc_PelBuffer(const yc_PelBuffer&) = default;
     yc_PelBuffer& operator=(const yc_PelBuffer&) = default;
 
-    // Takes a share of `root` (which may be null) and, when bound, the whole
-    // root as window.
-    void assignRoot(yc_PelRoot* root);
+    // Holds `root` (which may be null) and, when bound, the whole root as
+    // window.
+    void assignRoot(ycPtrHandle<yc_PelRoot> root);
+    // The pointer form's rule: a root some handle holds, else null (after an
+    // assertion when the root is not null).
+    static ycPtrHandle<yc_PelRoot> heldRoot(yc_PelRoot* root);
+    static ycPtrHandle<yc_PelRoot> adoptedRoot(yc_PelRoot* root) { return ycPtrHandle<yc_PelRoot>(root); }
     // Shares other's root; see the header comment.
     bool bind(const yc_PelBuffer& other, bool clip);
     // Gives up the root without destroying it; null (after an assertion) when
@@ -289,8 +306,12 @@ public:
 
     // Unbound.
     ycPelBuffer_const() = default;
-    // Shares `root`: whole root, offset (0, 0).
-    explicit ycPelBuffer_const(RootType* root) { assignRoot(root); }
+    // Over a root, whole root at offset (0, 0): the handle form shares it,
+    // the owner form adopts it, the pointer form shares it only when a handle
+    // already holds it (see "Roots" above).
+    explicit ycPelBuffer_const(ycPtrHandle<RootType> root) { assignRoot(std::move(root)); }
+    explicit ycPelBuffer_const(ycPelRootOwner<RootType> root) { assignRoot(adoptedRoot(root.release())); }
+    explicit ycPelBuffer_const(RootType* root) { assignRoot(heldRoot(root)); }
     ycPelBuffer_const(const ycPelBuffer_const&) = default;
     ycPelBuffer_const& operator=(const ycPelBuffer_const&) = default;
     ~ycPelBuffer_const() override;
@@ -307,14 +328,13 @@ public:
         if (!root_ || static_cast<std::uint64_t>(r) >= static_cast<std::uint64_t>(window_.height())) badPel(0, y);
         return rowAt(r);
     }
+    // The column here, the row by pointToRow: the two misses report
+    // different coordinates.
     const_pointer pointToPel(std::int32_t x, std::int32_t y) const
     {
         const std::int64_t c = std::int64_t{x} - offset_.x();
-        const std::int64_t r = std::int64_t{y} - offset_.y();
-        if (!root_ || static_cast<std::uint64_t>(c) >= static_cast<std::uint64_t>(window_.width()) ||
-            static_cast<std::uint64_t>(r) >= static_cast<std::uint64_t>(window_.height()))
-            badPel(x, y);
-        return advance(rowAt(r), c);
+        if (!root_ || static_cast<std::uint64_t>(c) >= static_cast<std::uint64_t>(window_.width())) badPel(x, y);
+        return advance(pointToRow(y), c);
     }
     const_pointer pointToPel(const ycPair<std::int32_t>& p) const { return pointToPel(p.x(), p.y()); }
     T get(std::int32_t x, std::int32_t y) const { return load(pointToPel(x, y)); }
@@ -382,7 +402,8 @@ public:
     ycPelBuffer(std::int32_t width, std::int32_t height, std::int32_t alignModulus = kDefaultAlign);
     // A new root of r's size, addressed so that window() == r.
     explicit ycPelBuffer(const ycPelRect& r, std::int32_t alignModulus = kDefaultAlign);
-    explicit ycPelBuffer(RootType* root) { this->assignRoot(root); }
+    // Over a root: the three forms of the read-only view.
+    using Base::Base;
     ycPelBuffer(const ycPelBuffer&) = default;
     ycPelBuffer& operator=(const ycPelBuffer&) = default;
     ~ycPelBuffer() override;
@@ -457,5 +478,14 @@ TLVSTD_PELBUF_EXTERN(ycPair<std::int32_t>)
 TLVSTD_PELBUF_EXTERN(ycPair<float>)
 TLVSTD_PELBUF_EXTERN(yc3PlanePel)
 #undef TLVSTD_PELBUF_EXTERN
+
+// For the explicit instantiations in the sources: GCC and clang take the
+// visibility from the extern declaration; Windows wants the export on the
+// definition as well.
+#if defined(_WIN32)
+#define TLVSTD_INSTANCE_API TLVSTD_API
+#else
+#define TLVSTD_INSTANCE_API
+#endif
 
 #endif

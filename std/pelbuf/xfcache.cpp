@@ -27,14 +27,14 @@ void yc2XformCache::setForward(ycPtrHandle_const<yc2XformBase> h)
 
 void yc2XformCache::xform(const yc2XformBase& x)
 {
-    setForward(x.clone());
+    setForward(yfShareOrClone(x, false));
 }
 
 void yc2XformCache::xform(const ycPtrHandle_const<yc2XformBase>& h, bool copy)
 {
     ymAssert(h);
     if (!h) return;
-    setForward(copy ? ycPtrHandle_const<yc2XformBase>(h->clone()) : h);
+    setForward(yfShareOrClone(*h, !copy));
 }
 
 const ycPtrHandle_const<yc2XformBase>& yc2XformCache::xformInverse() const
@@ -45,18 +45,20 @@ const ycPtrHandle_const<yc2XformBase>& yc2XformCache::xformInverse() const
 
 void yc2XformCache::xformInverse(const yc2XformBase& x)
 {
-    auto h = x.clone();
-    mutating();
-    inverse_ = std::move(h);
+    setInverse(yfShareOrClone(x, false));
 }
 
 void yc2XformCache::xformInverse(const ycPtrHandle_const<yc2XformBase>& h, bool copy)
 {
     ymAssert(h);
     if (!h) return;
-    auto kept = copy ? ycPtrHandle_const<yc2XformBase>(h->clone()) : h;
+    setInverse(yfShareOrClone(*h, !copy));
+}
+
+void yc2XformCache::setInverse(ycPtrHandle_const<yc2XformBase> h)
+{
     mutating();
-    inverse_ = std::move(kept);
+    inverse_ = std::move(h);
 }
 
 const yc2XformLinear& yc2XformCache::linearXform() const

@@ -34,13 +34,15 @@ public:
     ~yc2XformCache() override;
 
     const ycPtrHandle_const<yc2XformBase>& xform() const { return forward_; }
-    // Stores a clone of x.
+    // Stores a clone of x (never x itself: it may be a temporary).
     void xform(const yc2XformBase& x);
-    // A null handle is an assertion, and the cache stays as it was.
+    // Shares h, or stores a clone when `copy`. A null handle is an assertion,
+    // and the cache stays as it was.
     void xform(const ycPtrHandle_const<yc2XformBase>& h, bool copy);
 
     // The inverse, computed on first use and kept.
     const ycPtrHandle_const<yc2XformBase>& xformInverse() const;
+    // The inverse set explicitly, with the same two forms.
     void xformInverse(const yc2XformBase& x);
     void xformInverse(const ycPtrHandle_const<yc2XformBase>& h, bool copy);
 
@@ -55,6 +57,7 @@ private:
     static constexpr const char* kSourceName = "std/math/xfcache";
 
     void setForward(ycPtrHandle_const<yc2XformBase> h);
+    void setInverse(ycPtrHandle_const<yc2XformBase> h);
 
     ycPtrHandle_const<yc2XformBase> forward_;
     mutable ycPtrHandle_const<yc2XformBase> inverse_;
