@@ -2,7 +2,7 @@
 // clone, unless sharing is asked and a handle already holds the argument.
 // The arguments here live on the stack or are temporaries, so a kept address
 // would be read after its scope, or freed, under AddressSanitizer.
-#include "std/math/xfcache.h"
+#include "std/pelbuf/xfcache.h"
 #include "std/math/xfcomp.h"
 #include "std/math/xflinear.h"
 #include "std/math/xfpersp.h"
