@@ -23,6 +23,7 @@
 #include "std/except/except.h"
 
 #include <algorithm>
+#include <memory>
 #include <cstdint>
 #include <set>
 #include <stdexcept>
@@ -37,12 +38,13 @@ struct Finding : std::logic_error {
     using std::logic_error::logic_error;
 };
 
-// Loaded graphs have no single owner, so every object an input produces is
-// kept and freed when the input ends: Nodes in their own list, counted objects
-// (which other loaded objects may share) by a share each, others here.
-inline std::set<ycPersistent*> adopted;
-inline std::vector<ycPtrHandle<ycRepBase>> shares;
-inline void adopt(ycPersistent* p);
+// What an input loads as whole records stays alive until the input ends, so
+// that later references may find it; everything below it has its owner.
+inline std::vector<std::unique_ptr<ycPersistent>> loaded;
+inline void keep(std::unique_ptr<ycPersistent> p)
+{
+    loaded.push_back(std::move(p));
+}
 
 // A class with references, so that records inside records and references
 // back to earlier ones are read too.
@@ -50,14 +52,10 @@ class Node : public ycPersistent {
     ymDeclarePersistent(Node);
 
 public:
-    Node() { live.insert(this); }
-    ~Node() override { live.erase(this); }
-    static inline std::set<Node*> live;
-
     std::int32_t value = 0;
     std::string label;
-    ycPersistent* left = nullptr;
-    ycPersistent* right = nullptr;
+    std::unique_ptr<ycPersistent> left;
+    std::unique_ptr<ycPersistent> right;
 
 protected:
     void dispatchSerialize(ycArchive& ar) override
@@ -66,31 +64,12 @@ protected:
             if (version != 0) unknownVersion("Node", 0);
             ycPersistent::dispatchSerialize(ar);
             ar || value || label;
-            // Adopted one by one: the second may fail after the first loaded.
-            serializePointer(ar, left, left);
-            if (ar.isLoading()) adopt(left);
-            serializePointer(ar, right, right);
-            if (ar.isLoading()) adopt(right);
+            yfSerializeOwned(ar, left);
+            yfSerializeOwned(ar, right);
         });
     }
 };
 ymImplementPersistent(Node, "yc_fuzz::Node")
-
-inline void adopt(ycPersistent* p)
-{
-    if (auto* counted = dynamic_cast<ycRepBase*>(p)) {
-        shares.emplace_back(counted);
-    } else if (p && !dynamic_cast<Node*>(p)) {
-        adopted.insert(p);
-    }
-}
-
-inline void freeAll()
-{
-    std::exchange(shares, {});
-    for (ycPersistent* p : std::exchange(adopted, {})) delete p;
-    while (!Node::live.empty()) delete *Node::live.begin();
-}
 
 // The value operations in number order, each with a typical value (the
 // seeds' content); after them come an object record, a reference and raw bytes.
@@ -113,7 +92,6 @@ inline void writeOps(ycArchive& ar, ycPersistent& object, ycPersistent& shared)
     ar << opObject << object << opReference;
     ycPersistent* p = &shared;
     ycPersistent::serializePointer(ar, p, p);
-    ycPersistent::serializePointer(ar, p, p); // again: a reference back
     char raw[3] = {'r', 'a', 'w'};
     ar << opRaw << std::uint8_t(3);
     ar.raw(raw, 3);
@@ -142,11 +120,11 @@ inline void readOps(ycArchive& ar)
         if (op < opObject) {
             readValue(ar, op, static_cast<Values*>(nullptr));
         } else if (op == opObject) {
-            adopt(ycPersistent::readObject(ar).release());
+            keep(ycPersistent::readObject(ar));
         } else if (op == opReference) {
-            ycPersistent* p = nullptr;
-            ycPersistent::serializePointer(ar, nullptr, p);
-            adopt(p);
+            std::unique_ptr<ycPersistent> p;
+            yfSerializeOwned(ar, p);
+            keep(std::move(p));
         } else {
             std::uint8_t n = 0;
             char bytes[256];
@@ -203,7 +181,7 @@ inline void walkSeekable(ycArchive& ar)
             ar.findObject(id);
             ar.readObjectHeader64(read, size64, at);
             ar.objectTypeName();
-            adopt(ar.loadObject().release());
+            keep(ar.loadObject());
         });
         step([&] {
             ar.findObject(id);
@@ -219,7 +197,7 @@ inline void walkSeekable(ycArchive& ar)
         for (;;) {
             ycArchive::pos start = ar.tell();
             try {
-                adopt(ar.loadObject().release());
+                keep(ar.loadObject());
             } catch (const ycArchive::BadType&) {
                 ar.seek(start);
                 ar.skipMark();
@@ -270,11 +248,10 @@ inline void appendAndReread(const char* data, std::size_t size)
         std::int32_t read = 0;
         again.readMark(read);
         again.findObject(id);
-        auto loaded = again.loadObject();
-        auto* node = dynamic_cast<Node*>(loaded.get());
+        auto object = again.loadObject();
+        auto* node = dynamic_cast<Node*>(object.get());
         if (read != mark || !node || node->value != 42 || node->label != "appended")
             throw Finding("appended records read back wrong");
-        loaded.release(); // a Node: freed with the others
     } catch (const ycException&) {
         throw Finding("appended archive does not read back");
     }
@@ -287,7 +264,7 @@ inline void run(const std::uint8_t* data, std::size_t size)
     const char* bytes = reinterpret_cast<const char*>(data + 1);
     const auto length = static_cast<std::int32_t>(std::min<std::size_t>(size - 1, 1 << 20));
     struct FreeAtEnd {
-        ~FreeAtEnd() { freeAll(); }
+        ~FreeAtEnd() { loaded.clear(); }
     } freeAtEnd;
     ycAssertHandlerScope recording(&recordAssertion);
     step([&] {

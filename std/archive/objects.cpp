@@ -244,23 +244,25 @@ std::unique_ptr<ycPersistent> yc_ArchiveObjects::loadIndexed(std::int32_t id)
     return object;
 }
 
-ycPersistent* yc_ArchiveObjects::readReference(bool* made)
+yc_ArchiveObjects::Reference yc_ArchiveObjects::readReference()
 {
-    if (made) *made = false;
-    std::int32_t tag = 0;
-    ar_ || tag;
-    std::unique_ptr<ycPersistent> fresh;
-    if (tag == kNullTag) return nullptr;
-    if (tag == kNewTag) {
-        fresh = readRecord();
-    } else if (tag > 0) {
-        if (ycPersistent* known = find(tag)) return known;
+    Reference ref;
+    ar_ || ref.id;
+    if (ref.id == kNullTag) return ref;
+    if (ref.id == kNewTag) {
+        ref.fresh = readRecord();
+    } else if (ref.id > 0) {
+        ref.known = find(ref.id);
         // A seekable archive read from the middle: the object is further back.
-        if (!ar_.isSeekable() || !ar_.index().objects.count(tag)) throw ycArchive::BadContent(kSourceName, __LINE__);
-        fresh = loadIndexed(tag);
+        if (!ref.known && !canReload(ref.id)) throw ycArchive::BadContent(kSourceName, __LINE__);
+        if (!ref.known) ref.fresh = loadIndexed(ref.id);
     } else {
         throw ycArchive::BadContent(kSourceName, __LINE__);
     }
-    if (made) *made = true;
-    return fresh.release();
+    return ref;
+}
+
+bool yc_ArchiveObjects::canReload(std::int32_t id)
+{
+    return ar_.isSeekable() && ar_.index().objects.count(id) != 0;
 }

@@ -39,12 +39,20 @@ public:
     void readRecordInto(ycPersistent& object);
     // Loading: a record read into a new object made through the registry.
     std::unique_ptr<ycPersistent> readRecord();
-    // Loading: what writeReference wrote. New objects belong to the caller;
-    // `made` tells whether this reference made one.
-    ycPersistent* readReference(bool* made = nullptr);
+    // Loading: what writeReference wrote: nothing (null), a new object, or
+    // the object already loaded under that id.
+    struct Reference {
+        std::unique_ptr<ycPersistent> fresh;
+        ycPersistent* known = nullptr;
+        std::int32_t id = 0;
+        ycPersistent* get() const { return fresh ? fresh.get() : known; }
+    };
+    Reference readReference();
     // Loading, seekable: a new object from the record of `id`, found through
     // the index; the read position is kept.
     std::unique_ptr<ycPersistent> loadIndexed(std::int32_t id);
+    // True when a seekable archive can load the record of `id` again.
+    bool canReload(std::int32_t id);
 
     // True while the record of `object` is being read: a counted reference to
     // it then is a cycle, and a share taken of it would end its life early.

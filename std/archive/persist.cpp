@@ -1,6 +1,7 @@
 #include "std/archive/persist.h"
 
 #include "std/archive/objects.h"
+#include "std/util/handle.h"
 #include "std/util/assert.h"
 
 #include <set>
@@ -98,9 +99,25 @@ void ycPersistent::serializePointer(ycArchive& ar, ycPersistent* in, ycPersisten
     if (ar.isStoring()) {
         ar.objects().writeReference(in);
         out = in;
-    } else {
-        out = ar.objects().readReference();
+        return;
     }
+    yc_ArchiveObjects::Reference ref = ar.objects().readReference();
+    out = ref.fresh ? ref.fresh.release() : ref.known;
+}
+
+bool ycPersistent::serializeOwned(ycArchive& ar, ycPersistent* in, std::unique_ptr<ycPersistent>& out,
+                                  bool (*isA)(ycPersistent*))
+{
+    if (ar.isStoring()) {
+        ar.objects().writeReference(in);
+        return false;
+    }
+    yc_ArchiveObjects::Reference ref = ar.objects().readReference();
+    // An object has one owner: the one that loaded it first.
+    if (ref.known) throw ycArchive::BadContent(kSourceName, __LINE__);
+    if (ref.fresh && !isA(ref.fresh.get())) throw ycArchive::BadType(kSourceName, __LINE__);
+    out = std::move(ref.fresh);
+    return true;
 }
 
 void ycPersistent::serializeCounted(ycArchive& ar, ycPersistent* in, ycPersistent*& out, bool (*isA)(ycPersistent*),
@@ -110,16 +127,24 @@ void ycPersistent::serializeCounted(ycArchive& ar, ycPersistent* in, ycPersisten
         serializePointer(ar, in, out);
         return;
     }
-    bool made = false;
-    std::unique_ptr<ycPersistent> fresh;
-    ycPersistent* object = ar.objects().readReference(&made);
-    if (made) fresh.reset(object);
-    if (object && !isA(object)) throw ycArchive::BadType(kSourceName, __LINE__);
-    if (object && ar.objects().isBeingRead(object)) throw ycArchive::BadContent(kSourceName, __LINE__);
+    yc_ArchiveObjects& objects = ar.objects();
+    yc_ArchiveObjects::Reference ref = objects.readReference();
+    if (ref.get() && !isA(ref.get())) throw ycArchive::BadType(kSourceName, __LINE__);
+    if (ref.known && objects.isBeingRead(ref.known)) throw ycArchive::BadContent(kSourceName, __LINE__);
+    // An object loaded as a whole record that no handle holds belongs to
+    // whoever loaded it: a share taken here would delete it under them, so
+    // the reference gets a copy of its own where the archive can read one.
+    const auto* counted = dynamic_cast<const ycRepBase*>(ref.known);
+    if (counted && counted->refCount() == 0) {
+        if (!objects.canReload(ref.id)) throw ycArchive::BadContent(kSourceName, __LINE__);
+        ref.fresh = objects.loadIndexed(ref.id);
+        ref.known = nullptr;
+    }
+    ycPersistent* object = ref.get();
     out = object;
-    if (made) {
-        acquire(fresh.release());
-        ar.objects().hold(out, release);
+    if (ref.fresh) {
+        acquire(ref.fresh.release());
+        objects.hold(out, release);
     }
 }
 

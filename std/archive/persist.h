@@ -9,6 +9,7 @@
 #include "std/util/handle.h"
 
 #include <concepts>
+#include <memory>
 #include <type_traits>
 
 // Whole-object transfer in the archive's direction; << asserts a storing
@@ -22,7 +23,10 @@ TLVSTD_API ycArchive& operator>>(ycArchive& ar, ycPersistent& object);
 // object finds it alive even if the first handle is gone; handles reloaded
 // from references to one object share it again. An object of another type
 // than T is ycArchive::BadType; a reference to an object whose own record is
-// still being read (a cycle, which counting cannot free) is BadContent.
+// still being read (a cycle, which counting cannot free) is BadContent. An
+// object loaded earlier as a whole record (readObject, loadObject) that no
+// handle holds is not shared: a seekable archive loads the reference a copy
+// of its own, a plain one refuses it (BadContent).
 template <class T>
     requires std::derived_from<std::remove_const_t<T>, ycPersistent>
 void yfSerializeHandle(ycArchive& ar, ycPtrHandle<T>& h)
@@ -36,6 +40,21 @@ void yfSerializeHandle(ycArchive& ar, ycPtrHandle<T>& h)
         [](ycPersistent* p) { Traits::acquire(static_cast<Plain*>(p)); },
         [](ycPersistent* p) { Traits::release(static_cast<Plain*>(p)); });
     h = ycPtrHandle<T>(static_cast<Plain*>(out));
+}
+
+
+// Object reference to an object that is not counted: `p` owns what is
+// loaded. Loading replaces `p` only when the whole reference was read. An
+// object has one owner, so a reference back to an object loaded earlier is
+// ycArchive::BadContent (share such objects through counted handles); an
+// object of another type than T is BadType.
+template <class T>
+    requires std::derived_from<T, ycPersistent> && (!std::derived_from<T, ycRepBase>)
+void yfSerializeOwned(ycArchive& ar, std::unique_ptr<T>& p)
+{
+    std::unique_ptr<ycPersistent> loaded;
+    if (ycPersistent::serializeOwned(ar, p.get(), loaded, [](ycPersistent* q) { return dynamic_cast<T*>(q) != nullptr; }))
+        p.reset(dynamic_cast<T*>(loaded.release()));
 }
 
 #endif

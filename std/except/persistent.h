@@ -54,16 +54,23 @@ public:
     // whose type must be the one recorded.
     static void serializeObject(ycArchive& ar, ycPersistent& object);
 
-    // Object reference: storing writes null, a new object record the first
+    // Object references. Storing writes null, a new object record the first
     // time an object is met in this archive, or a reference back to it after
-    // that; loading sets `out` to null, to a new object made through the type
-    // registry (the caller owns it), or to the object already loaded for that
-    // reference.
+    // that. Loading comes in three forms, by who owns what is loaded; the
+    // last two (used through yfSerializeOwned and yfSerializeHandle in
+    // std/archive/persist.h) give every loaded object an owner:
+    //  - serializePointer: `out` is null, a new object made through the type
+    //    registry, or the object already loaded for that reference. The
+    //    pointer does not say which; the caller must know, and owns the new.
+    //  - serializeOwned: a new object into `out`, its one owner; a reference
+    //    back to an object loaded earlier is BadContent. `isA` checks the
+    //    type. Returns true when the archive is loading.
+    //  - serializeCounted: counted objects, shared through handles; the
+    //    archive holds a share of each object it makes (`acquire`) and gives
+    //    it back (`release`) when it goes away.
     static void serializePointer(ycArchive& ar, ycPersistent* in, ycPersistent*& out);
-
-    // Object reference to a counted object (see yfSerializeHandle): `isA`
-    // checks the loaded type; the archive holds a share of each object it
-    // makes (`acquire`) and gives it back (`release`) when it goes away.
+    static bool serializeOwned(ycArchive& ar, ycPersistent* in, std::unique_ptr<ycPersistent>& out,
+                               bool (*isA)(ycPersistent*));
     static void serializeCounted(ycArchive& ar, ycPersistent* in, ycPersistent*& out, bool (*isA)(ycPersistent*),
                                  void (*acquire)(ycPersistent*), void (*release)(ycPersistent*));
 

@@ -38,7 +38,10 @@ std::map<std::string, std::string> makeSeeds()
     shared.label = "shared";
     object.value = 2;
     object.label = "object";
-    object.left = object.right = &shared;
+    auto child = std::make_unique<yc_fuzz::Node>();
+    child->value = 3;
+    child->label = "child";
+    object.left = std::move(child);
     auto seed = [](char kind, ycMemoryArchive& ar) { return std::string(1, kind) + bytesOf(ar); };
 
     std::map<std::string, std::string> seeds;
