@@ -81,19 +81,42 @@ inline double yf_AngleSignedNorm(double v, double turn, double half)
     return n >= turn - n ? n - turn : n;
 }
 
-// The arithmetic of an angle held as one double, the same for both units:
-// sums, differences and scaling give the unit back; a product or quotient of
-// two angles is a plain double; comparisons are exact on the stored values.
-template <class Angle>
-class yc_DoubleAngle {
+// An angle held as one stored value, a double or a raw fraction of a turn:
+// access to it, and comparisons exact on it.
+template <class Angle, class Rep>
+class yc_StoredAngle {
 public:
-    constexpr double plain() const { return v_; }
+    constexpr Rep plain() const { return v_; }
     constexpr double toDouble() const { return v_; }
-    constexpr Angle& operator=(double v)
+    constexpr Angle& operator=(Rep v)
     {
         v_ = v;
         return self();
     }
+
+    friend constexpr bool operator==(Angle a, Angle b) { return a.plain() == b.plain(); }
+    friend constexpr auto operator<=>(Angle a, Angle b) { return a.plain() <=> b.plain(); }
+
+protected:
+    constexpr yc_StoredAngle() = default;
+    constexpr explicit yc_StoredAngle(Rep v) : v_(v) {}
+    constexpr Angle& self() { return static_cast<Angle&>(*this); }
+
+    Rep v_{};
+};
+
+// The arithmetic of an angle held as one double, the same for both units:
+// sums, differences and scaling give the unit back; a product or quotient of
+// two angles is a plain double.
+template <class Angle>
+class yc_DoubleAngle : public yc_StoredAngle<Angle, double> {
+protected:
+    using Base = yc_StoredAngle<Angle, double>;
+    using Base::self;
+    using Base::v_;
+
+public:
+    using Base::operator=;
 
     constexpr Angle& operator+=(Angle r) { v_ += r.v_; return self(); }
     constexpr Angle& operator-=(Angle r) { v_ -= r.v_; return self(); }
@@ -111,17 +134,8 @@ public:
     friend constexpr double operator*(Angle a, Angle b) { return a.v_ * b.v_; }
     friend constexpr double operator/(Angle a, Angle b) { return a.v_ / b.v_; }
 
-    friend constexpr bool operator==(Angle a, Angle b) { return a.v_ == b.v_; }
-    friend constexpr auto operator<=>(Angle a, Angle b) { return a.v_ <=> b.v_; }
-
 protected:
-    constexpr yc_DoubleAngle() = default;
-    constexpr explicit yc_DoubleAngle(double v) : v_(v) {}
-
-private:
-    constexpr Angle& self() { return static_cast<Angle&>(*this); }
-
-    double v_ = 0.0;
+    using Base::Base;
 };
 
 class ycRadian : public yc_DoubleAngle<ycRadian> {
@@ -150,91 +164,70 @@ public:
     ycDegree signedNorm() const { return ycDegree(yf_AngleSignedNorm(plain(), 360.0, 180.0)); }
 };
 
-// Integer angles: * and / by an integer take it as unsigned 32-bit, so
-// a * -1 (which converts to 0xFFFFFFFF) is -a modulo a turn. Division by zero
-// is not checked; the caller must not do it.
-class ycAngle8 {
+// The arithmetic of an angle held as a raw fraction of a turn, the same for
+// both widths: every result wraps modulo a turn. * and / by an integer take
+// it as unsigned 32-bit, so a * -1 (which converts to 0xFFFFFFFF) is -a
+// modulo a turn. Products are taken in 32 bits: 65535 * 65535 would overflow
+// int after promotion. Division by zero is not checked; the caller must not
+// do it.
+template <class Angle, class RawT>
+class yc_IntAngle : public yc_StoredAngle<Angle, RawT> {
+protected:
+    using Base = yc_StoredAngle<Angle, RawT>;
+    using Base::self;
+    using Base::v_;
+
 public:
-    using Raw = std::uint8_t;
+    using Raw = RawT;
+    using Base::operator=;
 
-    constexpr ycAngle8() = default;
-    constexpr explicit ycAngle8(Raw raw) : v_(raw) {}
-    explicit ycAngle8(ycRadian r) : v_(yf_ToIntAngle<Raw>(r.plain(), yc_kRadToAngle8)) {}
-    explicit ycAngle8(ycDegree d) : v_(yf_ToIntAngle<Raw>(d.plain(), yc_kDegToAngle8)) {}
-    constexpr explicit ycAngle8(ycAngle16 a);
-    constexpr ycAngle8& operator=(Raw raw)
-    {
-        v_ = raw;
-        return *this;
-    }
+    constexpr Angle& operator+=(Angle a) { return set(v_ + a.v_); }
+    constexpr Angle& operator-=(Angle a) { return set(v_ - a.v_); }
+    constexpr Angle& operator*=(std::uint32_t k) { return set(v_ * k); }
+    constexpr Angle& operator*=(Angle a) { return set(std::uint32_t{v_} * a.v_); }
+    constexpr Angle& operator/=(std::uint32_t k) { return set(v_ / k); }
+    constexpr Angle& operator/=(Angle a) { return set(v_ / a.v_); }
 
-    constexpr Raw plain() const { return v_; }
-    constexpr double toDouble() const { return v_; }
+    friend constexpr Angle operator+(Angle a, Angle b) { return a += b; }
+    friend constexpr Angle operator-(Angle a, Angle b) { return a -= b; }
+    friend constexpr Angle operator-(Angle a) { return Angle() - a; }
+    friend constexpr Angle operator*(Angle a, std::uint32_t k) { return a *= k; }
+    friend constexpr Angle operator*(std::uint32_t k, Angle a) { return a *= k; }
+    friend constexpr Angle operator/(Angle a, std::uint32_t k) { return a /= k; }
+    // The raw product truncated to the width, and the integer quotient.
+    friend constexpr Raw operator*(Angle a, Angle b) { return static_cast<Raw>(std::uint32_t{a.v_} * b.v_); }
+    friend constexpr Raw operator/(Angle a, Angle b) { return static_cast<Raw>(a.v_ / b.v_); }
 
-    constexpr ycAngle8& operator+=(ycAngle8 a) { v_ = static_cast<Raw>(v_ + a.v_); return *this; }
-    constexpr ycAngle8& operator-=(ycAngle8 a) { v_ = static_cast<Raw>(v_ - a.v_); return *this; }
-    constexpr ycAngle8& operator*=(std::uint32_t k) { v_ = static_cast<Raw>(v_ * k); return *this; }
-    constexpr ycAngle8& operator*=(ycAngle8 a) { v_ = static_cast<Raw>(v_ * a.v_); return *this; }
-    constexpr ycAngle8& operator/=(std::uint32_t k) { v_ = static_cast<Raw>(v_ / k); return *this; }
-    constexpr ycAngle8& operator/=(ycAngle8 a) { v_ = static_cast<Raw>(v_ / a.v_); return *this; }
-
-    friend constexpr ycAngle8 operator+(ycAngle8 a, ycAngle8 b) { return a += b; }
-    friend constexpr ycAngle8 operator-(ycAngle8 a, ycAngle8 b) { return a -= b; }
-    friend constexpr ycAngle8 operator-(ycAngle8 a) { return ycAngle8() - a; }
-    friend constexpr ycAngle8 operator*(ycAngle8 a, std::uint32_t k) { return a *= k; }
-    friend constexpr ycAngle8 operator*(std::uint32_t k, ycAngle8 a) { return a *= k; }
-    friend constexpr ycAngle8 operator/(ycAngle8 a, std::uint32_t k) { return a /= k; }
-    // The raw product truncated to 8 bits, and the integer quotient.
-    friend constexpr Raw operator*(ycAngle8 a, ycAngle8 b) { return static_cast<Raw>(a.v_ * b.v_); }
-    friend constexpr Raw operator/(ycAngle8 a, ycAngle8 b) { return static_cast<Raw>(a.v_ / b.v_); }
-
-    friend constexpr bool operator==(const ycAngle8&, const ycAngle8&) = default;
-    friend constexpr auto operator<=>(const ycAngle8&, const ycAngle8&) = default;
+protected:
+    using Base::Base;
 
 private:
-    Raw v_ = 0;
+    template <class T>
+    constexpr Angle& set(T v)
+    {
+        v_ = static_cast<Raw>(v);
+        return self();
+    }
 };
 
-class ycAngle16 {
+class ycAngle8 : public yc_IntAngle<ycAngle8, std::uint8_t> {
 public:
-    using Raw = std::uint16_t;
+    constexpr ycAngle8() = default;
+    constexpr explicit ycAngle8(Raw raw) : yc_IntAngle(raw) {}
+    explicit ycAngle8(ycRadian r) : yc_IntAngle(yf_ToIntAngle<Raw>(r.plain(), yc_kRadToAngle8)) {}
+    explicit ycAngle8(ycDegree d) : yc_IntAngle(yf_ToIntAngle<Raw>(d.plain(), yc_kDegToAngle8)) {}
+    constexpr explicit ycAngle8(ycAngle16 a);
+    using yc_IntAngle::operator=;
+};
 
+class ycAngle16 : public yc_IntAngle<ycAngle16, std::uint16_t> {
+public:
     constexpr ycAngle16() = default;
-    constexpr explicit ycAngle16(Raw raw) : v_(raw) {}
-    explicit ycAngle16(ycRadian r) : v_(yf_ToIntAngle<Raw>(r.plain(), yc_kRadToAngle16)) {}
-    explicit ycAngle16(ycDegree d) : v_(yf_ToIntAngle<Raw>(d.plain(), yc_kDegToAngle16)) {}
-    constexpr ycAngle16(ycAngle8 a) : v_(static_cast<Raw>(a.plain() << 8)) {}
-    constexpr ycAngle16& operator=(Raw raw)
-    {
-        v_ = raw;
-        return *this;
-    }
-
-    constexpr Raw plain() const { return v_; }
-    constexpr double toDouble() const { return v_; }
-
-    constexpr ycAngle16& operator+=(ycAngle16 a) { v_ = static_cast<Raw>(v_ + a.v_); return *this; }
-    constexpr ycAngle16& operator-=(ycAngle16 a) { v_ = static_cast<Raw>(v_ - a.v_); return *this; }
-    constexpr ycAngle16& operator*=(std::uint32_t k) { v_ = static_cast<Raw>(v_ * k); return *this; }
-    // In 32 bits: 65535 * 65535 would overflow int after promotion.
-    constexpr ycAngle16& operator*=(ycAngle16 a) { v_ = static_cast<Raw>(std::uint32_t{v_} * a.v_); return *this; }
-    constexpr ycAngle16& operator/=(std::uint32_t k) { v_ = static_cast<Raw>(v_ / k); return *this; }
-    constexpr ycAngle16& operator/=(ycAngle16 a) { v_ = static_cast<Raw>(v_ / a.v_); return *this; }
-
-    friend constexpr ycAngle16 operator+(ycAngle16 a, ycAngle16 b) { return a += b; }
-    friend constexpr ycAngle16 operator-(ycAngle16 a, ycAngle16 b) { return a -= b; }
-    friend constexpr ycAngle16 operator-(ycAngle16 a) { return ycAngle16() - a; }
-    friend constexpr ycAngle16 operator*(ycAngle16 a, std::uint32_t k) { return a *= k; }
-    friend constexpr ycAngle16 operator*(std::uint32_t k, ycAngle16 a) { return a *= k; }
-    friend constexpr ycAngle16 operator/(ycAngle16 a, std::uint32_t k) { return a /= k; }
-    friend constexpr Raw operator*(ycAngle16 a, ycAngle16 b) { return static_cast<Raw>(std::uint32_t{a.v_} * b.v_); }
-    friend constexpr Raw operator/(ycAngle16 a, ycAngle16 b) { return static_cast<Raw>(a.v_ / b.v_); }
-
-    friend constexpr bool operator==(const ycAngle16&, const ycAngle16&) = default;
-    friend constexpr auto operator<=>(const ycAngle16&, const ycAngle16&) = default;
-
-private:
-    Raw v_ = 0;
+    constexpr explicit ycAngle16(Raw raw) : yc_IntAngle(raw) {}
+    explicit ycAngle16(ycRadian r) : yc_IntAngle(yf_ToIntAngle<Raw>(r.plain(), yc_kRadToAngle16)) {}
+    explicit ycAngle16(ycDegree d) : yc_IntAngle(yf_ToIntAngle<Raw>(d.plain(), yc_kDegToAngle16)) {}
+    constexpr ycAngle16(ycAngle8 a) : yc_IntAngle(static_cast<Raw>(a.plain() << 8)) {}
+    using yc_IntAngle::operator=;
 };
 
 constexpr ycRadian::ycRadian(ycDegree d) : yc_DoubleAngle(d.plain() * yc_kDegToRad) {}
@@ -243,7 +236,7 @@ constexpr ycRadian::ycRadian(ycAngle16 a) : yc_DoubleAngle(a.plain() * yc_kAngle
 constexpr ycDegree::ycDegree(ycAngle8 a) : yc_DoubleAngle(a.plain() * yc_kAngle8ToDeg) {}
 constexpr ycDegree::ycDegree(ycAngle16 a) : yc_DoubleAngle(a.plain() * yc_kAngle16ToDeg) {}
 // Computed in 32 bits so that 65535 + 128 does not wrap before the shift.
-constexpr ycAngle8::ycAngle8(ycAngle16 a) : v_(static_cast<Raw>((std::uint32_t{a.plain()} + 128u) >> 8)) {}
+constexpr ycAngle8::ycAngle8(ycAngle16 a) : yc_IntAngle(static_cast<Raw>((std::uint32_t{a.plain()} + 128u) >> 8)) {}
 
 static_assert(sizeof(ycRadian) == 8 && sizeof(ycDegree) == 8);
 static_assert(sizeof(ycAngle8) == 1 && sizeof(ycAngle16) == 2);

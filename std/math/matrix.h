@@ -55,12 +55,220 @@
 template <int N>
 class ycMatrix;
 
+// The determinant and the adjugate (transposed cofactors) of the row-major
+// elements, one form for each size.
+constexpr double yf_Determinant(const double (&p)[4])
+{
+    return p[0] * p[3] - p[1] * p[2];
+}
+
+// Expansion along the first row.
+constexpr double yf_Determinant(const double (&p)[9])
+{
+    return p[0] * (p[4] * p[8] - p[5] * p[7]) - p[1] * (p[3] * p[8] - p[5] * p[6]) +
+           p[2] * (p[3] * p[7] - p[4] * p[6]);
+}
+
+constexpr void yf_Adjugate(const double (&p)[4], double (&a)[4])
+{
+    a[0] = p[3];
+    a[1] = -p[1];
+    a[2] = -p[2];
+    a[3] = p[0];
+}
+
+constexpr void yf_Adjugate(const double (&p)[9], double (&a)[9])
+{
+    a[0] = p[4] * p[8] - p[5] * p[7];
+    a[1] = p[2] * p[7] - p[1] * p[8];
+    a[2] = p[1] * p[5] - p[2] * p[4];
+    a[3] = p[5] * p[6] - p[3] * p[8];
+    a[4] = p[0] * p[8] - p[2] * p[6];
+    a[5] = p[2] * p[3] - p[0] * p[5];
+    a[6] = p[3] * p[7] - p[4] * p[6];
+    a[7] = p[1] * p[6] - p[0] * p[7];
+    a[8] = p[0] * p[4] - p[1] * p[3];
+}
+
+// What ycMatrix<2> and ycMatrix<3> share: the elements and the cached
+// determinant, and every operation that treats them alike. Sums of products
+// run from the first term on, so the results are the bits of the expressions
+// written out by hand.
+template <int N>
+class yc_SquareMatrix {
+public:
+    double element(int row, int col) const
+    {
+        if (!validIndex(row, col)) return yfQuietNaN();
+        return m_[row * N + col];
+    }
+    void element(int row, int col, double value)
+    {
+        if (!validIndex(row, col)) return;
+        m_[row * N + col] = value;
+        setdt();
+    }
+
+    constexpr double determinant() const { return det_; }
+    constexpr bool isSingular() const { return det_ == 0.0; }
+    constexpr bool isIdentity() const
+    {
+        for (int i = 0; i < N * N; ++i) {
+            if (m_[i] != (i % (N + 1) == 0 ? 1.0 : 0.0)) return false;
+        }
+        return true;
+    }
+    constexpr ycMatrix<N> transpose() const
+    {
+        ycMatrix<N> r;
+        for (int i = 0; i < N; ++i) {
+            for (int j = 0; j < N; ++j) r.m_[i * N + j] = m_[j * N + i];
+        }
+        return r.changed();
+    }
+    ycMatrix<N> inverse() const
+    {
+        checkNotSingular();
+        double t = 1.0 / det_;
+        ycMatrix<N> r;
+        yf_Adjugate(m_, r.m_);
+        return r *= t;
+    }
+    // Throws ycInvariantFailure unless the cache has the bits of a fresh
+    // computation (or both are NaN).
+    void repInvariant() const
+    {
+        double fresh = yf_Determinant(m_);
+        if (!(det_ == fresh || (std::isnan(det_) && std::isnan(fresh)))) throw ycInvariantFailure();
+    }
+
+    // The lengths of the first two columns.
+    double xScale() const { return columnLength(0); }
+    double yScale() const { return columnLength(1); }
+
+    constexpr ycMatrix<N>& operator+=(const ycMatrix<N>& n)
+    {
+        for (int i = 0; i < N * N; ++i) m_[i] += n.m_[i];
+        return changed();
+    }
+    constexpr ycMatrix<N>& operator-=(const ycMatrix<N>& n)
+    {
+        for (int i = 0; i < N * N; ++i) m_[i] -= n.m_[i];
+        return changed();
+    }
+    constexpr ycMatrix<N>& operator*=(double s)
+    {
+        for (double& e : m_) e *= s;
+        return changed();
+    }
+    constexpr ycMatrix<N>& operator/=(double s) { return *this *= 1.0 / s; }
+    constexpr ycMatrix<N>& operator*=(const ycMatrix<N>& n) { return self() = self() * n; }
+    ycMatrix<N>& operator/=(const ycMatrix<N>& n) { return self() = self() * n.inverse(); }
+
+    friend constexpr ycMatrix<N> operator+(ycMatrix<N> m, const ycMatrix<N>& n) { return m += n; }
+    friend constexpr ycMatrix<N> operator-(ycMatrix<N> m, const ycMatrix<N>& n) { return m -= n; }
+    friend constexpr ycMatrix<N> operator-(ycMatrix<N> m)
+    {
+        for (double& e : m.m_) e = -e;
+        return m.changed();
+    }
+    friend constexpr ycMatrix<N> operator*(ycMatrix<N> m, double s) { return m *= s; }
+    friend constexpr ycMatrix<N> operator*(double s, ycMatrix<N> m) { return m *= s; }
+    friend constexpr ycMatrix<N> operator/(ycMatrix<N> m, double s) { return m /= s; }
+    friend constexpr ycMatrix<N> operator*(const ycMatrix<N>& m, const ycMatrix<N>& n)
+    {
+        ycMatrix<N> r;
+        for (int i = 0; i < N; ++i) {
+            for (int j = 0; j < N; ++j) {
+                double s = m.m_[i * N] * n.m_[j];
+                for (int k = 1; k < N; ++k) s += m.m_[i * N + k] * n.m_[k * N + j];
+                r.m_[i * N + j] = s;
+            }
+        }
+        return r.changed();
+    }
+    friend ycMatrix<N> operator/(const ycMatrix<N>& m, const ycMatrix<N>& n) { return m * n.inverse(); }
+    friend constexpr ycVector<N> operator*(const ycMatrix<N>& m, const ycVector<N>& v)
+    {
+        ycVector<N> r;
+        for (int i = 0; i < N; ++i) {
+            double s = m.m_[i * N] * v[0];
+            for (int k = 1; k < N; ++k) s += m.m_[i * N + k] * v[k];
+            r[i] = s;
+        }
+        return r;
+    }
+    friend constexpr ycVector<N>& operator*=(ycVector<N>& v, const ycMatrix<N>& m)
+    {
+        ycVector<N> r;
+        for (int j = 0; j < N; ++j) {
+            double s = m.m_[j] * v[0];
+            for (int k = 1; k < N; ++k) s += m.m_[k * N + j] * v[k];
+            r[j] = s;
+        }
+        return v = r;
+    }
+    // Exact on the elements; the cached determinant follows from them.
+    friend constexpr bool operator==(const ycMatrix<N>& m, const ycMatrix<N>& n)
+    {
+        for (int i = 0; i < N * N; ++i) {
+            if (m.m_[i] != n.m_[i]) return false;
+        }
+        return true;
+    }
+
+protected:
+    // The identity.
+    constexpr yc_SquareMatrix()
+    {
+        for (int i = 0; i < N * N; i += N + 1) m_[i] = 1.0;
+    }
+    template <class... T>
+        requires(sizeof...(T) == N * N)
+    constexpr explicit yc_SquareMatrix(T... e) : m_{e...}
+    {
+        setdt();
+    }
+
+    constexpr void setdt() { det_ = yf_Determinant(m_); }
+    void checkNotSingular() const
+    {
+        if (isSingular()) throw ycMathError::Singular();
+    }
+    double columnLength(int col) const
+    {
+        checkNotSingular();
+        double s = m_[col] * m_[col];
+        for (int r = 1; r < N; ++r) s += m_[r * N + col] * m_[r * N + col];
+        return std::sqrt(s);
+    }
+
+    double m_[N * N] = {};
+    double det_ = 1.0;
+
+private:
+    static constexpr const char* kSourceName = ycSource::matrix;
+
+    constexpr ycMatrix<N>& self() { return static_cast<ycMatrix<N>&>(*this); }
+    constexpr ycMatrix<N>& changed()
+    {
+        setdt();
+        return self();
+    }
+    bool validIndex(int row, int col) const
+    {
+        bool ok = row >= 0 && row < N && col >= 0 && col < N;
+        ymAssert(ok);
+        return ok;
+    }
+};
+
 template <>
-class TLVSTD_API ycMatrix<2> {
+class TLVSTD_API ycMatrix<2> : public yc_SquareMatrix<2> {
 public:
     // The identity.
     constexpr ycMatrix() = default;
-    constexpr ycMatrix(double a, double b, double c, double d) : m_{a, b, c, d} { setdt(); }
+    constexpr ycMatrix(double a, double b, double c, double d) : yc_SquareMatrix(a, b, c, d) {}
     ycMatrix(ycRadian xRot, ycRadian yRot, double xScale, double yScale)
         : ycMatrix(xScale * cos(xRot), -yScale * sin(yRot), xScale * sin(xRot), yScale * cos(yRot))
     {
@@ -69,260 +277,44 @@ public:
     constexpr explicit ycMatrix(const ymath_matrix& m) : ycMatrix(m.a, m.b, m.c, m.d) {}
     constexpr operator ymath_matrix() const { return ymath_matrix{m_[0], m_[1], m_[2], m_[3]}; }
 
-    double element(int row, int col) const
-    {
-        if (!validIndex(row, col)) return yfQuietNaN();
-        return m_[row * 2 + col];
-    }
-    void element(int row, int col, double value)
-    {
-        if (!validIndex(row, col)) return;
-        m_[row * 2 + col] = value;
-        setdt();
-    }
-
-    constexpr double determinant() const { return det_; }
-    constexpr bool isSingular() const { return det_ == 0.0; }
-    constexpr bool isIdentity() const { return m_[0] == 1.0 && m_[1] == 0.0 && m_[2] == 0.0 && m_[3] == 1.0; }
-    constexpr ycMatrix transpose() const { return ycMatrix(m_[0], m_[2], m_[1], m_[3]); }
-    ycMatrix inverse() const
-    {
-        if (isSingular()) throw ycMathError::Singular();
-        double t = 1.0 / det_;
-        return ycMatrix(m_[3] * t, -m_[1] * t, -m_[2] * t, m_[0] * t);
-    }
-    void repInvariant() const;
-
     ycRadian xRot() const;
     ycRadian yRot() const;
-    double xScale() const;
-    double yScale() const;
     double scale() const { return xScale(); }
     double aspect() const;
     ycRadian shear() const;
     ycRadian rotation() const { return xRot(); }
 
-    constexpr ycMatrix& operator+=(const ycMatrix& n)
-    {
-        for (int i = 0; i < 4; ++i) m_[i] += n.m_[i];
-        setdt();
-        return *this;
-    }
-    constexpr ycMatrix& operator-=(const ycMatrix& n)
-    {
-        for (int i = 0; i < 4; ++i) m_[i] -= n.m_[i];
-        setdt();
-        return *this;
-    }
-    constexpr ycMatrix& operator*=(double s)
-    {
-        for (double& e : m_) e *= s;
-        setdt();
-        return *this;
-    }
-    constexpr ycMatrix& operator/=(double s) { return *this *= 1.0 / s; }
-    constexpr ycMatrix& operator*=(const ycMatrix& n) { return *this = *this * n; }
-    ycMatrix& operator/=(const ycMatrix& n) { return *this = *this * n.inverse(); }
-
-    friend constexpr ycMatrix operator+(ycMatrix m, const ycMatrix& n) { return m += n; }
-    friend constexpr ycMatrix operator-(ycMatrix m, const ycMatrix& n) { return m -= n; }
-    friend constexpr ycMatrix operator-(const ycMatrix& m) { return ycMatrix(-m.m_[0], -m.m_[1], -m.m_[2], -m.m_[3]); }
-    friend constexpr ycMatrix operator*(ycMatrix m, double s) { return m *= s; }
-    friend constexpr ycMatrix operator*(double s, ycMatrix m) { return m *= s; }
-    friend constexpr ycMatrix operator/(ycMatrix m, double s) { return m /= s; }
-    friend constexpr ycMatrix operator*(const ycMatrix& m, const ycMatrix& n)
-    {
-        const double* p = m.m_;
-        const double* q = n.m_;
-        return ycMatrix(p[0] * q[0] + p[1] * q[2], p[0] * q[1] + p[1] * q[3],
-                        p[2] * q[0] + p[3] * q[2], p[2] * q[1] + p[3] * q[3]);
-    }
-    friend ycMatrix operator/(const ycMatrix& m, const ycMatrix& n) { return m * n.inverse(); }
-    friend constexpr ycVector<2> operator*(const ycMatrix& m, const ycVector<2>& v)
-    {
-        return ycVector<2>(m.m_[0] * v.x() + m.m_[1] * v.y(), m.m_[2] * v.x() + m.m_[3] * v.y());
-    }
-    friend constexpr ycVector<2>& operator*=(ycVector<2>& v, const ycMatrix& m)
-    {
-        v = ycVector<2>(m.m_[0] * v.x() + m.m_[2] * v.y(), m.m_[1] * v.x() + m.m_[3] * v.y());
-        return v;
-    }
-    // Exact on the four elements; the cached determinant follows from them.
-    friend constexpr bool operator==(const ycMatrix& m, const ycMatrix& n)
-    {
-        return m.m_[0] == n.m_[0] && m.m_[1] == n.m_[1] && m.m_[2] == n.m_[2] && m.m_[3] == n.m_[3];
-    }
-
 private:
     friend TLVSTD_API ycArchive& operator||(ycArchive& ar, ycMatrix<2>& m);
-    static constexpr const char* kSourceName = ycSource::matrix;
-
-    constexpr void setdt() { det_ = m_[0] * m_[3] - m_[1] * m_[2]; }
-    bool validIndex(int row, int col) const
-    {
-        bool ok = row >= 0 && row < 2 && col >= 0 && col < 2;
-        ymAssert(ok);
-        return ok;
-    }
-    void checkNotSingular() const
-    {
-        if (isSingular()) throw ycMathError::Singular();
-    }
-
-    double m_[4] = {1.0, 0.0, 0.0, 1.0};
-    double det_ = 1.0;
 };
 
 template <>
-class TLVSTD_API ycMatrix<3> {
+class TLVSTD_API ycMatrix<3> : public yc_SquareMatrix<3> {
 public:
     // The identity.
     constexpr ycMatrix() = default;
     constexpr ycMatrix(double m00, double m01, double m02, double m10, double m11, double m12, double m20, double m21,
                        double m22)
-        : m_{m00, m01, m02, m10, m11, m12, m20, m21, m22}
+        : yc_SquareMatrix(m00, m01, m02, m10, m11, m12, m20, m21, m22)
     {
-        setdt();
     }
 
-    double element(int row, int col) const
-    {
-        if (!validIndex(row, col)) return yfQuietNaN();
-        return m_[row * 3 + col];
-    }
-    void element(int row, int col, double value)
-    {
-        if (!validIndex(row, col)) return;
-        m_[row * 3 + col] = value;
-        setdt();
-    }
-
-    constexpr double determinant() const { return det_; }
-    constexpr bool isSingular() const { return det_ == 0.0; }
-    constexpr bool isIdentity() const
-    {
-        for (int i = 0; i < 9; ++i) {
-            if (m_[i] != (i % 4 == 0 ? 1.0 : 0.0)) return false;
-        }
-        return true;
-    }
-    constexpr ycMatrix transpose() const
-    {
-        return ycMatrix(m_[0], m_[3], m_[6], m_[1], m_[4], m_[7], m_[2], m_[5], m_[8]);
-    }
-    ycMatrix inverse() const;
-    void repInvariant() const;
-
-    double xScale() const;
-    double yScale() const;
-    double zScale() const;
-
-    constexpr ycMatrix& operator+=(const ycMatrix& n)
-    {
-        for (int i = 0; i < 9; ++i) m_[i] += n.m_[i];
-        setdt();
-        return *this;
-    }
-    constexpr ycMatrix& operator-=(const ycMatrix& n)
-    {
-        for (int i = 0; i < 9; ++i) m_[i] -= n.m_[i];
-        setdt();
-        return *this;
-    }
-    constexpr ycMatrix& operator*=(double s)
-    {
-        for (double& e : m_) e *= s;
-        setdt();
-        return *this;
-    }
-    constexpr ycMatrix& operator/=(double s) { return *this *= 1.0 / s; }
-    constexpr ycMatrix& operator*=(const ycMatrix& n) { return *this = *this * n; }
-    ycMatrix& operator/=(const ycMatrix& n) { return *this = *this * n.inverse(); }
-
-    friend constexpr ycMatrix operator+(ycMatrix m, const ycMatrix& n) { return m += n; }
-    friend constexpr ycMatrix operator-(ycMatrix m, const ycMatrix& n) { return m -= n; }
-    friend constexpr ycMatrix operator-(ycMatrix m) { return m *= -1.0; }
-    friend constexpr ycMatrix operator*(ycMatrix m, double s) { return m *= s; }
-    friend constexpr ycMatrix operator*(double s, ycMatrix m) { return m *= s; }
-    friend constexpr ycMatrix operator/(ycMatrix m, double s) { return m /= s; }
-    friend constexpr ycMatrix operator*(const ycMatrix& m, const ycMatrix& n)
-    {
-        ycMatrix r;
-        for (int i = 0; i < 3; ++i) {
-            for (int j = 0; j < 3; ++j) {
-                r.m_[i * 3 + j] = m.m_[i * 3] * n.m_[j] + m.m_[i * 3 + 1] * n.m_[3 + j] + m.m_[i * 3 + 2] * n.m_[6 + j];
-            }
-        }
-        r.setdt();
-        return r;
-    }
-    friend ycMatrix operator/(const ycMatrix& m, const ycMatrix& n) { return m * n.inverse(); }
-    friend constexpr ycVector<3> operator*(const ycMatrix& m, const ycVector<3>& v)
-    {
-        const double* p = m.m_;
-        return ycVector<3>(p[0] * v.x() + p[1] * v.y() + p[2] * v.z(), p[3] * v.x() + p[4] * v.y() + p[5] * v.z(),
-                           p[6] * v.x() + p[7] * v.y() + p[8] * v.z());
-    }
-    friend constexpr ycVector<3>& operator*=(ycVector<3>& v, const ycMatrix& m)
-    {
-        const double* p = m.m_;
-        v = ycVector<3>(p[0] * v.x() + p[3] * v.y() + p[6] * v.z(), p[1] * v.x() + p[4] * v.y() + p[7] * v.z(),
-                        p[2] * v.x() + p[5] * v.y() + p[8] * v.z());
-        return v;
-    }
-    friend constexpr bool operator==(const ycMatrix& m, const ycMatrix& n)
-    {
-        for (int i = 0; i < 9; ++i) {
-            if (m.m_[i] != n.m_[i]) return false;
-        }
-        return true;
-    }
+    // The length of the third column.
+    double zScale() const { return columnLength(2); }
 
 private:
     friend TLVSTD_API ycArchive& operator||(ycArchive& ar, ycMatrix<3>& m);
-    static constexpr const char* kSourceName = ycSource::matrix;
-
-    // Expansion along the first row.
-    constexpr double computeDeterminant() const
-    {
-        const double* p = m_;
-        return p[0] * (p[4] * p[8] - p[5] * p[7]) - p[1] * (p[3] * p[8] - p[5] * p[6]) +
-               p[2] * (p[3] * p[7] - p[4] * p[6]);
-    }
-    constexpr void setdt() { det_ = computeDeterminant(); }
-    bool validIndex(int row, int col) const
-    {
-        bool ok = row >= 0 && row < 3 && col >= 0 && col < 3;
-        ymAssert(ok);
-        return ok;
-    }
-    void checkNotSingular() const
-    {
-        if (isSingular()) throw ycMathError::Singular();
-    }
-
-    double m_[9] = {1.0, 0.0, 0.0, 0.0, 1.0, 0.0, 0.0, 0.0, 1.0};
-    double det_ = 1.0;
 };
 
 static_assert(sizeof(ycMatrix<2>) == 40 && sizeof(ycMatrix<3>) == 80);
 static_assert(std::is_trivially_copyable_v<ycMatrix<2>> && std::is_trivially_copyable_v<ycMatrix<3>>);
 
 // Component by component in storage order; the determinants are not compared.
-inline bool yfRealEq(const ycMatrix<2>& m, const ycMatrix<2>& n, double eps)
+template <int N>
+bool yfRealEq(const ycMatrix<N>& m, const ycMatrix<N>& n, double eps)
 {
-    for (int r = 0; r < 2; ++r) {
-        for (int c = 0; c < 2; ++c) {
-            if (!yfRealEq(m.element(r, c), n.element(r, c), eps)) return false;
-        }
-    }
-    return true;
-}
-
-inline bool yfRealEq(const ycMatrix<3>& m, const ycMatrix<3>& n, double eps)
-{
-    for (int r = 0; r < 3; ++r) {
-        for (int c = 0; c < 3; ++c) {
+    for (int r = 0; r < N; ++r) {
+        for (int c = 0; c < N; ++c) {
             if (!yfRealEq(m.element(r, c), n.element(r, c), eps)) return false;
         }
     }

@@ -1,7 +1,6 @@
 #include "std/math/range.h"
 
 #include <algorithm>
-#include <limits>
 
 namespace {
 constexpr const char* kSourceName = ycSource::range;
@@ -17,12 +16,16 @@ ycRangeDefs::Range checkedKind(ycRangeDefs::Range kind)
 
 // --- ycRange -------------------------------------------------------------------
 
-ycRange::ycRange(double start, double end) : kind_(partial), start_(start), end_(end)
+ycRange::ycRange(double start, double end)
 {
     if (start > end) throw BadParams(L"start > end");
+    *this = make(start, end);
 }
 
-ycRange::ycRange(Range kind) : kind_(checkedKind(kind)) {}
+ycRange::ycRange(Range kind)
+{
+    kind_ = checkedKind(kind);
+}
 
 ycRange ycRange::make(double start, double end)
 {
@@ -31,40 +34,6 @@ ycRange ycRange::make(double start, double end)
     r.start_ = start;
     r.end_ = end;
     return r;
-}
-
-void ycRange::checkPartialRange() const
-{
-    if (kind_ != partial) throw NotPartialRange(L"not a partial range");
-}
-
-double ycRange::start() const
-{
-    checkPartialRange();
-    return start_;
-}
-
-double ycRange::end() const
-{
-    checkPartialRange();
-    return end_;
-}
-
-double ycRange::middle() const
-{
-    checkPartialRange();
-    return (start_ + end_) * 0.5;
-}
-
-double ycRange::length() const
-{
-    switch (kind_) {
-    case partial: return end_ - start_;
-    case empty: return 0.0;
-    case full: return std::numeric_limits<double>::max();
-    }
-    badKind();
-    return 0.0;
 }
 
 ycRange ycRange::intersect(const ycRange& r) const
@@ -136,40 +105,9 @@ ycAngleRange::ycAngleRange(ycRadian start, ycRadian end, bool allowPoint)
     end_ = end;
 }
 
-ycAngleRange::ycAngleRange(Range kind) : kind_(checkedKind(kind)) {}
-
-void ycAngleRange::checkPartialRange() const
+ycAngleRange::ycAngleRange(Range kind)
 {
-    if (kind_ != partial) throw NotPartialRange(L"not a partial range");
-}
-
-ycRadian ycAngleRange::start() const
-{
-    checkPartialRange();
-    return start_;
-}
-
-ycRadian ycAngleRange::end() const
-{
-    checkPartialRange();
-    return end_;
-}
-
-ycRadian ycAngleRange::middle() const
-{
-    checkPartialRange();
-    return (start_ + end_) * 0.5;
-}
-
-ycRadian ycAngleRange::length() const
-{
-    switch (kind_) {
-    case partial: return end_ - start_;
-    case empty: return ycRadian(0.0);
-    case full: return ycRadian(yc_kTwoPi);
-    }
-    badKind();
-    return ycRadian(0.0);
+    kind_ = checkedKind(kind);
 }
 
 ycAngleRange ycAngleRange::dilate(const ycAngleRange& r) const

@@ -45,6 +45,7 @@
 #include "std/util/assert.h"
 
 #include <cstdint>
+#include <limits>
 
 class ycRangeDefs {
 public:
@@ -55,7 +56,74 @@ public:
     ymError(NotPartialRange, Errors);
 };
 
-class TLVSTD_API ycRange : public ycRangeDefs {
+// What ycRange and ycAngleRange share: the kind and the two ends, the
+// accessors that only a partial range answers, and the case analysis on the
+// kind. Each derived range compares only with its own kind.
+template <class Derived, class T>
+class yc_RangeBase : public ycRangeDefs {
+public:
+    Range kind() const { return kind_; }
+    T start() const
+    {
+        checkPartialRange();
+        return start_;
+    }
+    T end() const
+    {
+        checkPartialRange();
+        return end_;
+    }
+    T middle() const
+    {
+        checkPartialRange();
+        return (start_ + end_) * 0.5;
+    }
+
+    friend bool operator==(const Derived& a, const Derived& b)
+    {
+        return a.kind_ == b.kind_ && (a.kind_ != partial || (a.start_ == b.start_ && a.end_ == b.end_));
+    }
+
+protected:
+    constexpr yc_RangeBase() = default;
+
+    // inPartial decides for a partial range; empty holds nothing, full all.
+    template <class InPartial>
+    bool within(InPartial inPartial) const
+    {
+        switch (kind_) {
+        case partial: return inPartial();
+        case full: return true;
+        case empty: return false;
+        }
+        badKind();
+        return false;
+    }
+    T lengthOr(T fullLength) const
+    {
+        switch (kind_) {
+        case partial: return end_ - start_;
+        case empty: return T{};
+        case full: return fullLength;
+        }
+        badKind();
+        return T{};
+    }
+    void checkPartialRange() const
+    {
+        if (kind_ != partial) throw NotPartialRange(L"not a partial range");
+    }
+
+    Range kind_ = empty;
+    T start_{};
+    T end_{};
+
+private:
+    static constexpr const char* kSourceName = ycSource::range;
+    void badKind() const { ymAssert(false); }
+};
+
+class TLVSTD_API ycRange : public yc_RangeBase<ycRange, double> {
 public:
     constexpr ycRange() = default;
     ycRange(double start, double end);
@@ -63,20 +131,10 @@ public:
     static ycRange FullRange() { return ycRange(full); }
     static ycRange EmptyRange() { return ycRange(); }
 
-    Range kind() const { return kind_; }
-    double start() const;
-    double end() const;
-    double middle() const;
-    double length() const;
+    double length() const { return lengthOr(std::numeric_limits<double>::max()); }
     bool isWithin(double x) const
     {
-        switch (kind_) {
-        case partial: return start_ <= x && x <= end_;
-        case full: return true;
-        case empty: return false;
-        }
-        badKind();
-        return false;
+        return within([&] { return start_ <= x && x <= end_; });
     }
 
     ycRange intersect(const ycRange& r) const;
@@ -86,24 +144,12 @@ public:
     ycRange erode(const ycRange& r) const;
     bool someOverlap(const ycRange& r, double tolerance) const;
 
-    friend bool operator==(const ycRange& a, const ycRange& b)
-    {
-        return a.kind_ == b.kind_ && (a.kind_ != partial || (a.start_ == b.start_ && a.end_ == b.end_));
-    }
-
 private:
-    static constexpr const char* kSourceName = ycSource::range;
     // A partial range without the order check, for results known to be ordered.
     static ycRange make(double start, double end);
-    void checkPartialRange() const;
-    void badKind() const { ymAssert(false); }
-
-    Range kind_ = empty;
-    double start_ = 0.0;
-    double end_ = 0.0;
 };
 
-class TLVSTD_API ycAngleRange : public ycRangeDefs {
+class TLVSTD_API ycAngleRange : public yc_RangeBase<ycAngleRange, ycRadian> {
 public:
     constexpr ycAngleRange() = default;
     ycAngleRange(ycRadian start, ycRadian end, bool allowPoint);
@@ -111,36 +157,14 @@ public:
     static ycAngleRange FullAngleRange() { return ycAngleRange(full); }
     static ycAngleRange EmptyAngleRange() { return ycAngleRange(); }
 
-    Range kind() const { return kind_; }
-    ycRadian start() const;
-    ycRadian end() const;
-    ycRadian middle() const;
-    ycRadian length() const;
+    ycRadian length() const { return lengthOr(ycRadian(yc_kTwoPi)); }
     bool isWithin(ycRadian a) const
     {
-        switch (kind_) {
-        case partial: return (a - start_).norm() <= end_ - start_;
-        case full: return true;
-        case empty: return false;
-        }
-        badKind();
-        return false;
+        return within([&] { return (a - start_).norm() <= end_ - start_; });
     }
     ycAngleRange dilate(const ycAngleRange& r) const;
-
-    friend bool operator==(const ycAngleRange& a, const ycAngleRange& b)
-    {
-        return a.kind_ == b.kind_ && (a.kind_ != partial || (a.start_ == b.start_ && a.end_ == b.end_));
-    }
-
-private:
-    static constexpr const char* kSourceName = ycSource::range;
-    void checkPartialRange() const;
-    void badKind() const { ymAssert(false); }
-
-    Range kind_ = empty;
-    ycRadian start_;
-    ycRadian end_;
 };
+
+static_assert(sizeof(ycRange) == 24 && sizeof(ycAngleRange) == 24);
 
 #endif

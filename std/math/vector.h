@@ -39,34 +39,132 @@
 template <int N>
 class ycVector;
 
-template <>
-class ycVector<2> {
+// What ycVector<2> and ycVector<3> share: the components in order, and every
+// operation that treats them alike. Sums run from the first component on, so
+// the results are the bits of the expressions written out by hand.
+template <int N>
+class yc_FixedVector {
 public:
-    constexpr ycVector() = default;
-    constexpr ycVector(double x, double y) : e_{x, y} {}
-    // Polar form: (radius cos theta, radius sin theta).
-    ycVector(double radius, ycRadian theta) : e_{radius * cos(theta), radius * sin(theta)} {}
-    template <class T>
-        requires std::is_arithmetic_v<T>
-    constexpr explicit ycVector(const ycPair<T>& p) : e_{static_cast<double>(p.first), static_cast<double>(p.second)}
-    {
-    }
-    constexpr explicit ycVector(const ymath_vect& v) : e_{v.x, v.y} {}
-    constexpr operator ymath_vect() const { return ymath_vect{e_[0], e_[1]}; }
-
     constexpr double x() const { return e_[0]; }
     constexpr double y() const { return e_[1]; }
     constexpr void x(double v) { e_[0] = v; }
     constexpr void y(double v) { e_[1] = v; }
-    // Index 0 or 1; another index is an assertion and then reads element 0.
-    double operator[](int i) const { return e_[index(i)]; }
-    double& operator[](int i) { return e_[index(i)]; }
+    // Index 0 to N-1; another index is an assertion and then reads element 0.
+    constexpr double operator[](int i) const { return e_[index(i)]; }
+    constexpr double& operator[](int i) { return e_[index(i)]; }
 
-    double len() const { return std::sqrt(e_[0] * e_[0] + e_[1] * e_[1]); }
-    double distance(const ycVector& v) const { return (*this - v).len(); }
-    constexpr bool isNull() const { return e_[0] == 0.0 && e_[1] == 0.0; }
+    double len() const { return std::sqrt(dot(self())); }
+    double distance(const ycVector<N>& v) const { return (self() - v).len(); }
+    constexpr bool isNull() const
+    {
+        for (double e : e_) {
+            if (e != 0.0) return false;
+        }
+        return true;
+    }
 
-    constexpr double dot(const ycVector& w) const { return e_[0] * w.e_[0] + e_[1] * w.e_[1]; }
+    constexpr double dot(const ycVector<N>& w) const
+    {
+        double s = e_[0] * w.e_[0];
+        for (int i = 1; i < N; ++i) s += e_[i] * w.e_[i];
+        return s;
+    }
+    ycVector<N> unit() const
+    {
+        if (isNull()) throw ycMathError::NullVector();
+        double l = len();
+        if (l > 0.0 && l < HUGE_VAL) return self() * (1.0 / l);
+        // The length under- or overflowed: scale by the largest component first.
+        double big = 0.0;
+        for (double e : e_) big = std::max(big, std::fabs(e));
+        ycVector<N> s = self() * (1.0 / big);
+        return s * (1.0 / s.len());
+    }
+    // The projection of this vector onto the line of w.
+    ycVector<N> project(const ycVector<N>& w) const
+    {
+        if (w.isNull()) throw ycMathError::NullVector();
+        return w * (dot(w) / w.dot(w));
+    }
+
+    constexpr ycVector<N>& operator+=(const ycVector<N>& v)
+    {
+        for (int i = 0; i < N; ++i) e_[i] += v.e_[i];
+        return self();
+    }
+    constexpr ycVector<N>& operator-=(const ycVector<N>& v)
+    {
+        for (int i = 0; i < N; ++i) e_[i] -= v.e_[i];
+        return self();
+    }
+    constexpr ycVector<N>& operator*=(double s)
+    {
+        for (double& e : e_) e *= s;
+        return self();
+    }
+    ycVector<N>& operator/=(double s)
+    {
+        ymAssert(s != 0.0);
+        return *this *= 1.0 / s;
+    }
+
+    friend constexpr ycVector<N> operator+(ycVector<N> a, const ycVector<N>& b) { return a += b; }
+    friend constexpr ycVector<N> operator-(ycVector<N> a, const ycVector<N>& b) { return a -= b; }
+    friend constexpr ycVector<N> operator-(ycVector<N> a)
+    {
+        for (double& e : a.e_) e = -e;
+        return a;
+    }
+    friend constexpr ycVector<N> operator*(ycVector<N> a, double s) { return a *= s; }
+    friend constexpr ycVector<N> operator*(double s, ycVector<N> a) { return a *= s; }
+    friend ycVector<N> operator/(ycVector<N> a, double s) { return a /= s; }
+    // The scalar product.
+    friend constexpr double operator*(const ycVector<N>& a, const ycVector<N>& b) { return a.dot(b); }
+    friend constexpr bool operator==(const ycVector<N>& a, const ycVector<N>& b)
+    {
+        for (int i = 0; i < N; ++i) {
+            if (a.e_[i] != b.e_[i]) return false;
+        }
+        return true;
+    }
+
+protected:
+    constexpr yc_FixedVector() = default;
+    template <class... T>
+        requires(sizeof...(T) == N)
+    constexpr explicit yc_FixedVector(T... e) : e_{e...}
+    {
+    }
+
+    double e_[N] = {};
+
+private:
+    static constexpr const char* kSourceName = ycSource::vector;
+    constexpr ycVector<N>& self() { return static_cast<ycVector<N>&>(*this); }
+    constexpr const ycVector<N>& self() const { return static_cast<const ycVector<N>&>(*this); }
+    constexpr int index(int i) const
+    {
+        ymAssert(i >= 0 && i < N);
+        return i >= 0 && i < N ? i : 0;
+    }
+};
+
+template <>
+class ycVector<2> : public yc_FixedVector<2> {
+public:
+    constexpr ycVector() = default;
+    constexpr ycVector(double x, double y) : yc_FixedVector(x, y) {}
+    // Polar form: (radius cos theta, radius sin theta).
+    ycVector(double radius, ycRadian theta) : yc_FixedVector(radius * cos(theta), radius * sin(theta)) {}
+    template <class T>
+        requires std::is_arithmetic_v<T>
+    constexpr explicit ycVector(const ycPair<T>& p)
+        : yc_FixedVector(static_cast<double>(p.first), static_cast<double>(p.second))
+    {
+    }
+    constexpr explicit ycVector(const ymath_vect& v) : yc_FixedVector(v.x, v.y) {}
+    constexpr operator ymath_vect() const { return ymath_vect{e_[0], e_[1]}; }
+
     constexpr double cross(const ycVector& w) const { return e_[0] * w.e_[1] - e_[1] * w.e_[0]; }
     // Rotated by +90 degrees.
     constexpr ycVector perpendicular() const { return ycVector(-e_[1], e_[0]); }
@@ -75,179 +173,37 @@ public:
         if (isNull()) throw ycMathError::NullVector();
         return yfAtan2(e_[1], e_[0]);
     }
-    ycVector unit() const;
-    // The projection of this vector onto the line of w.
-    ycVector project(const ycVector& w) const
-    {
-        if (w.isNull()) throw ycMathError::NullVector();
-        return w * (dot(w) / w.dot(w));
-    }
     ycPair<std::int32_t> floor() const { return {yfIFloor(e_[0]), yfIFloor(e_[1])}; }
     ycPair<std::int32_t> ceil() const { return {yfICeil(e_[0]), yfICeil(e_[1])}; }
-
-    constexpr ycVector& operator+=(const ycVector& v)
-    {
-        e_[0] += v.e_[0];
-        e_[1] += v.e_[1];
-        return *this;
-    }
-    constexpr ycVector& operator-=(const ycVector& v)
-    {
-        e_[0] -= v.e_[0];
-        e_[1] -= v.e_[1];
-        return *this;
-    }
-    constexpr ycVector& operator*=(double s)
-    {
-        e_[0] *= s;
-        e_[1] *= s;
-        return *this;
-    }
-    ycVector& operator/=(double s)
-    {
-        ymAssert(s != 0.0);
-        return *this *= 1.0 / s;
-    }
-
-    friend constexpr ycVector operator+(ycVector a, const ycVector& b) { return a += b; }
-    friend constexpr ycVector operator-(ycVector a, const ycVector& b) { return a -= b; }
-    friend constexpr ycVector operator-(const ycVector& a) { return ycVector(-a.e_[0], -a.e_[1]); }
-    friend constexpr ycVector operator*(ycVector a, double s) { return a *= s; }
-    friend constexpr ycVector operator*(double s, ycVector a) { return a *= s; }
-    friend ycVector operator/(ycVector a, double s) { return a /= s; }
-    // The scalar product.
-    friend constexpr double operator*(const ycVector& a, const ycVector& b) { return a.dot(b); }
-    friend constexpr bool operator==(const ycVector&, const ycVector&) = default;
-
-private:
-    static constexpr const char* kSourceName = ycSource::vector;
-    int index(int i) const
-    {
-        ymAssert(i == 0 || i == 1);
-        return i == 1 ? 1 : 0;
-    }
-
-    double e_[2] = {0.0, 0.0};
 };
 
 template <>
-class ycVector<3> {
+class ycVector<3> : public yc_FixedVector<3> {
 public:
     constexpr ycVector() = default;
-    constexpr ycVector(double x, double y, double z) : e_{x, y, z} {}
+    constexpr ycVector(double x, double y, double z) : yc_FixedVector(x, y, z) {}
 
-    constexpr double x() const { return e_[0]; }
-    constexpr double y() const { return e_[1]; }
     constexpr double z() const { return e_[2]; }
-    constexpr void x(double v) { e_[0] = v; }
-    constexpr void y(double v) { e_[1] = v; }
     constexpr void z(double v) { e_[2] = v; }
-    // Index 0, 1 or 2; another index is an assertion and then reads element 0.
-    double operator[](int i) const { return e_[index(i)]; }
-    double& operator[](int i) { return e_[index(i)]; }
 
-    double len() const { return std::sqrt(e_[0] * e_[0] + e_[1] * e_[1] + e_[2] * e_[2]); }
-    double distance(const ycVector& v) const { return (*this - v).len(); }
-    constexpr bool isNull() const { return e_[0] == 0.0 && e_[1] == 0.0 && e_[2] == 0.0; }
-
-    constexpr double dot(const ycVector& w) const { return e_[0] * w.e_[0] + e_[1] * w.e_[1] + e_[2] * w.e_[2]; }
     constexpr ycVector cross(const ycVector& w) const
     {
         return ycVector(e_[1] * w.e_[2] - e_[2] * w.e_[1], e_[2] * w.e_[0] - e_[0] * w.e_[2],
                         e_[0] * w.e_[1] - e_[1] * w.e_[0]);
     }
-    ycVector unit() const;
-    ycVector project(const ycVector& w) const
-    {
-        if (w.isNull()) throw ycMathError::NullVector();
-        return w * (dot(w) / w.dot(w));
-    }
-
-    constexpr ycVector& operator+=(const ycVector& v)
-    {
-        e_[0] += v.e_[0];
-        e_[1] += v.e_[1];
-        e_[2] += v.e_[2];
-        return *this;
-    }
-    constexpr ycVector& operator-=(const ycVector& v)
-    {
-        e_[0] -= v.e_[0];
-        e_[1] -= v.e_[1];
-        e_[2] -= v.e_[2];
-        return *this;
-    }
-    constexpr ycVector& operator*=(double s)
-    {
-        e_[0] *= s;
-        e_[1] *= s;
-        e_[2] *= s;
-        return *this;
-    }
-    ycVector& operator/=(double s)
-    {
-        ymAssert(s != 0.0);
-        return *this *= 1.0 / s;
-    }
-
-    friend constexpr ycVector operator+(ycVector a, const ycVector& b) { return a += b; }
-    friend constexpr ycVector operator-(ycVector a, const ycVector& b) { return a -= b; }
-    friend constexpr ycVector operator-(const ycVector& a) { return ycVector(-a.e_[0], -a.e_[1], -a.e_[2]); }
-    friend constexpr ycVector operator*(ycVector a, double s) { return a *= s; }
-    friend constexpr ycVector operator*(double s, ycVector a) { return a *= s; }
-    friend ycVector operator/(ycVector a, double s) { return a /= s; }
-    friend constexpr double operator*(const ycVector& a, const ycVector& b) { return a.dot(b); }
-    friend constexpr bool operator==(const ycVector&, const ycVector&) = default;
-
-private:
-    static constexpr const char* kSourceName = ycSource::vector;
-    int index(int i) const
-    {
-        ymAssert(i >= 0 && i <= 2);
-        return i >= 0 && i <= 2 ? i : 0;
-    }
-
-    double e_[3] = {0.0, 0.0, 0.0};
 };
 
 static_assert(sizeof(ycVector<2>) == 16 && sizeof(ycVector<3>) == 24);
 static_assert(std::is_trivially_copyable_v<ycVector<2>> && std::is_trivially_copyable_v<ycVector<3>>);
 
-// Scales by the largest component when the plain length is 0 or infinite;
-// the caller has excluded a null vector.
+// The scalar rule on every component, in storage order.
 template <int N>
-ycVector<N> yf_CarefulUnit(const ycVector<N>& v)
+bool yfRealEq(const ycVector<N>& a, const ycVector<N>& b, double eps)
 {
-    double big = 0.0;
-    for (int i = 0; i < N; ++i) big = std::max(big, std::fabs(v[i]));
-    ycVector<N> s = v * (1.0 / big);
-    return s * (1.0 / s.len());
-}
-
-inline ycVector<2> ycVector<2>::unit() const
-{
-    if (isNull()) throw ycMathError::NullVector();
-    double l = len();
-    if (l > 0.0 && l < HUGE_VAL) return *this * (1.0 / l);
-    return yf_CarefulUnit(*this);
-}
-
-inline ycVector<3> ycVector<3>::unit() const
-{
-    if (isNull()) throw ycMathError::NullVector();
-    double l = len();
-    if (l > 0.0 && l < HUGE_VAL) return *this * (1.0 / l);
-    return yf_CarefulUnit(*this);
-}
-
-inline bool yfRealEq(const ycVector<2>& a, const ycVector<2>& b, double eps)
-{
-    return yfRealEq(a.x(), b.x(), eps) && yfRealEq(a.y(), b.y(), eps);
-}
-
-inline bool yfRealEq(const ycVector<3>& a, const ycVector<3>& b, double eps)
-{
-    return yfRealEq(a.x(), b.x(), eps) && yfRealEq(a.y(), b.y(), eps) && yfRealEq(a.z(), b.z(), eps);
+    for (int i = 0; i < N; ++i) {
+        if (!yfRealEq(a[i], b[i], eps)) return false;
+    }
+    return true;
 }
 
 TLVSTD_API ycArchive& operator||(ycArchive& ar, ycVector<2>& v);

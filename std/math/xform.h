@@ -35,110 +35,86 @@
 template <int N>
 class ycXform;
 
-template <>
-class TLVSTD_API ycXform<2> {
+// What ycXform<2> and ycXform<3> share: the translation and the matrix, and
+// every operation that treats them alike.
+template <int N>
+class yc_AffineXform {
 public:
-    // The identity.
-    constexpr ycXform() = default;
-    constexpr ycXform(const ycMatrix<2>& m, const ycVector<2>& trans) : t_(trans), m_(m) {}
-    ycXform(const ycVector<2>& trans, ycRadian xRot, ycRadian yRot, double xScale, double yScale)
-        : t_(trans), m_(xRot, yRot, xScale, yScale)
-    {
-    }
-    ycXform(const ycVector<2>& trans, double scale, double aspect, ycRadian shear, ycRadian rotation)
-        : t_(trans), m_(scale, aspect, shear, rotation)
-    {
-    }
+    constexpr yc_AffineXform() = default;
+    constexpr yc_AffineXform(const ycMatrix<N>& m, const ycVector<N>& trans) : t_(trans), m_(m) {}
 
-    constexpr const ycMatrix<2>& matrix() const { return m_; }
-    constexpr void matrix(const ycMatrix<2>& m) { m_ = m; }
-    constexpr const ycVector<2>& trans() const { return t_; }
-    constexpr void trans(const ycVector<2>& t) { t_ = t; }
-
-    ycRadian xRot() const { return m_.xRot(); }
-    ycRadian yRot() const { return m_.yRot(); }
-    double xScale() const { return m_.xScale(); }
-    double yScale() const { return m_.yScale(); }
-    double scale() const { return m_.scale(); }
-    double aspect() const { return m_.aspect(); }
-    ycRadian shear() const { return m_.shear(); }
-    ycRadian rotation() const { return m_.rotation(); }
-
-    constexpr ycVector<2> mapPoint(const ycVector<2>& p) const { return m_ * p + t_; }
-    constexpr ycVector<2> mapVector(const ycVector<2>& v) const { return m_ * v; }
-    ycVector<2> invMapPoint(const ycVector<2>& p) const { return inverse().mapPoint(p); }
-    ycVector<2> invMapVector(const ycVector<2>& v) const { return m_.inverse() * v; }
-    double mapArea(double a) const { return a * std::fabs(m_.determinant()); }
-    double invMapArea(double a) const { return a / std::fabs(m_.determinant()); }
-
-    constexpr ycXform compose(const ycXform& b) const { return *this * b; }
-    ycXform inverse() const
-    {
-        ycMatrix<2> mi = m_.inverse();
-        return ycXform(mi, -(mi * t_));
-    }
-
-    constexpr bool isIdentity() const { return t_.isNull() && m_.isIdentity(); }
-    constexpr bool isSingular() const { return m_.isSingular(); }
-
-    friend constexpr ycVector<2> operator*(const ycXform& x, const ycVector<2>& p) { return x.mapPoint(p); }
-    friend constexpr ycXform operator*(const ycXform& a, const ycXform& b)
-    {
-        return ycXform(a.m_ * b.m_, a.m_ * b.t_ + a.t_);
-    }
-    friend constexpr bool operator==(const ycXform& a, const ycXform& b) { return a.t_ == b.t_ && a.m_ == b.m_; }
-
-private:
-    ycVector<2> t_;
-    ycMatrix<2> m_;
-};
-
-template <>
-class TLVSTD_API ycXform<3> {
-public:
-    // The identity.
-    constexpr ycXform() = default;
-    constexpr ycXform(const ycMatrix<3>& m, const ycVector<3>& trans) : t_(trans), m_(m) {}
-
-    constexpr const ycMatrix<3>& matrix() const { return m_; }
-    constexpr void matrix(const ycMatrix<3>& m) { m_ = m; }
-    constexpr const ycVector<3>& trans() const { return t_; }
-    constexpr void trans(const ycVector<3>& t) { t_ = t; }
+    constexpr const ycMatrix<N>& matrix() const { return m_; }
+    constexpr void matrix(const ycMatrix<N>& m) { m_ = m; }
+    constexpr const ycVector<N>& trans() const { return t_; }
+    constexpr void trans(const ycVector<N>& t) { t_ = t; }
 
     double xScale() const { return m_.xScale(); }
     double yScale() const { return m_.yScale(); }
-    double zScale() const { return m_.zScale(); }
 
-    constexpr ycVector<3> mapPoint(const ycVector<3>& p) const { return m_ * p + t_; }
-    constexpr ycVector<3> mapVector(const ycVector<3>& v) const { return m_ * v; }
-    ycVector<3> invMapPoint(const ycVector<3>& p) const { return inverse().mapPoint(p); }
-    ycVector<3> invMapVector(const ycVector<3>& v) const { return m_.inverse() * v; }
+    constexpr ycVector<N> mapPoint(const ycVector<N>& p) const { return m_ * p + t_; }
+    constexpr ycVector<N> mapVector(const ycVector<N>& v) const { return m_ * v; }
+    ycVector<N> invMapPoint(const ycVector<N>& p) const { return inverse().mapPoint(p); }
+    ycVector<N> invMapVector(const ycVector<N>& v) const { return m_.inverse() * v; }
     // Volumes, in three dimensions.
     double mapArea(double a) const { return a * std::fabs(m_.determinant()); }
     double invMapArea(double a) const { return a / std::fabs(m_.determinant()); }
 
-    constexpr ycXform compose(const ycXform& b) const { return *this * b; }
-    ycXform inverse() const
+    constexpr ycXform<N> compose(const ycXform<N>& b) const { return ycXform<N>(m_ * b.m_, m_ * b.t_ + t_); }
+    ycXform<N> inverse() const
     {
-        ycMatrix<3> mi = m_.inverse();
-        return ycXform(mi, -(mi * t_));
+        ycMatrix<N> mi = m_.inverse();
+        return ycXform<N>(mi, -(mi * t_));
     }
 
     constexpr bool isIdentity() const { return t_.isNull() && m_.isIdentity(); }
     constexpr bool isSingular() const { return m_.isSingular(); }
 
-    friend constexpr ycVector<3> operator*(const ycXform& x, const ycVector<3>& p) { return x.mapPoint(p); }
-    friend constexpr ycXform operator*(const ycXform& a, const ycXform& b)
+    friend constexpr ycVector<N> operator*(const ycXform<N>& x, const ycVector<N>& p) { return x.mapPoint(p); }
+    friend constexpr ycXform<N> operator*(const ycXform<N>& a, const ycXform<N>& b) { return a.compose(b); }
+    friend constexpr bool operator==(const ycXform<N>& a, const ycXform<N>& b)
     {
-        return ycXform(a.m_ * b.m_, a.m_ * b.t_ + a.t_);
+        return a.t_ == b.t_ && a.m_ == b.m_;
     }
-    friend constexpr bool operator==(const ycXform& a, const ycXform& b) { return a.t_ == b.t_ && a.m_ == b.m_; }
 
-private:
-    ycVector<3> t_;
-    ycMatrix<3> m_;
+protected:
+    ycVector<N> t_;
+    ycMatrix<N> m_;
 };
 
+template <>
+class TLVSTD_API ycXform<2> : public yc_AffineXform<2> {
+public:
+    using yc_AffineXform::yc_AffineXform;
+    // The identity.
+    constexpr ycXform() = default;
+    ycXform(const ycVector<2>& trans, ycRadian xRot, ycRadian yRot, double xScale, double yScale)
+        : yc_AffineXform(ycMatrix<2>(xRot, yRot, xScale, yScale), trans)
+    {
+    }
+    ycXform(const ycVector<2>& trans, double scale, double aspect, ycRadian shear, ycRadian rotation)
+        : yc_AffineXform(ycMatrix<2>(scale, aspect, shear, rotation), trans)
+    {
+    }
+
+    ycRadian xRot() const { return m_.xRot(); }
+    ycRadian yRot() const { return m_.yRot(); }
+    double scale() const { return m_.scale(); }
+    double aspect() const { return m_.aspect(); }
+    ycRadian shear() const { return m_.shear(); }
+    ycRadian rotation() const { return m_.rotation(); }
+};
+
+template <>
+class TLVSTD_API ycXform<3> : public yc_AffineXform<3> {
+public:
+    using yc_AffineXform::yc_AffineXform;
+    // The identity.
+    constexpr ycXform() = default;
+
+    double zScale() const { return m_.zScale(); }
+};
+
+static_assert(sizeof(ycXform<2>) == 56 && sizeof(ycXform<3>) == 104);
 static_assert(std::is_trivially_copyable_v<ycXform<2>> && std::is_trivially_copyable_v<ycXform<3>>);
 
 class TLVSTD_API yc2Rigid {
@@ -206,12 +182,8 @@ private:
     double cos_ = 1.0;
 };
 
-inline bool yfRealEq(const ycXform<2>& a, const ycXform<2>& b, double eps)
-{
-    return yfRealEq(a.trans(), b.trans(), eps) && yfRealEq(a.matrix(), b.matrix(), eps);
-}
-
-inline bool yfRealEq(const ycXform<3>& a, const ycXform<3>& b, double eps)
+template <int N>
+bool yfRealEq(const ycXform<N>& a, const ycXform<N>& b, double eps)
 {
     return yfRealEq(a.trans(), b.trans(), eps) && yfRealEq(a.matrix(), b.matrix(), eps);
 }

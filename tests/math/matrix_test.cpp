@@ -113,6 +113,39 @@ TEST(Matrix, EveryMutationKeepsTheDeterminantTrue)
     EXPECT_NO_THROW(n.repInvariant());
 }
 
+TEST(Matrix, EveryMutationKeepsTheDeterminantTrueIn3D)
+{
+    const M3 base(1, 2, 3, 4, 5, 6, 7, 8, 10); // determinant -3
+    const M3 other(2, 0, 1, -1, 3, 0, 0.5, 0, 4);
+    const std::function<void(M3&)> ops[] = {
+        [](M3& m) { m.element(2, 1, 0.0); }, [&](M3& m) { m += other; },   [&](M3& m) { m -= other; },
+        [](M3& m) { m *= 3.0; },              [](M3& m) { m /= 4.0; },      [&](M3& m) { m *= other; },
+        [&](M3& m) { m /= other; },           [](M3& m) { m = m.inverse(); }, [](M3& m) { m = -m * 2.0; },
+        [](M3& m) { m = m.transpose() + M3(); },
+    };
+    for (std::size_t i = 0; i < std::size(ops); ++i) {
+        M3 m = base;
+        ops[i](m);
+        EXPECT_NO_THROW(m.repInvariant()) << "operation " << i;
+        EXPECT_NE(m.determinant(), base.determinant()) << "operation " << i;
+    }
+    EXPECT_EQ(base.transpose(), M3(1, 4, 7, 2, 5, 8, 3, 6, 10));
+    EXPECT_EQ(base.transpose().determinant(), -3.0);
+    EXPECT_EQ(-base, base * -1.0);
+    EXPECT_EQ(M3().determinant(), 1.0);
+    EXPECT_EQ(base.xScale(), std::sqrt(1.0 + 16.0 + 49.0));
+    EXPECT_EQ(base.yScale(), std::sqrt(4.0 + 25.0 + 64.0));
+    // Row and column products with a general matrix, written out.
+    V3 w(1, -1, 2);
+    EXPECT_EQ(base * w, V3(1 - 2 + 6, 4 - 5 + 12, 7 - 8 + 20));
+    EXPECT_EQ(w *= base, V3(1 - 4 + 14, 2 - 5 + 16, 3 - 6 + 20));
+}
+
+// The arithmetic stays usable in constant expressions.
+static_assert(M2(1, 2, 3, 4) * M2(5, 6, 7, 8) == M2(19, 22, 43, 50) && M2(1, 2, 3, 4).determinant() == -2.0);
+static_assert(M3().isIdentity() && (M3() * 2.0).determinant() == 8.0 && M2(1, 2, 3, 4).transpose() == M2(1, 3, 2, 4));
+static_assert(M2(0, -1, 1, 0) * V2(1, 0) == V2(0, 1));
+
 TEST(Matrix, ProductsInversesAndIndices)
 {
     // M * v takes columns, v *= M rows.

@@ -105,4 +105,34 @@ TEST(Vector, DivisionByExactlyZeroIsABrokenPrecondition)
     EXPECT_EQ((V(tiny, 0) / tiny).x(), 1.0);
 }
 
+// The third component takes part in every rule that the two sizes share.
+TEST(Vector, TheThirdComponentCountsEverywhere)
+{
+    const W a(1, -2, 4), b(3, 0, -1);
+    EXPECT_EQ(a + b, W(2 + 2, -2, 3));
+    EXPECT_EQ(a - b, W(-2, -2, 5));
+    EXPECT_EQ(-a, W(-1, 2, -4));
+    EXPECT_EQ(a * 2.0, 2.0 * a);
+    EXPECT_EQ(a / 0.5, W(2, -4, 8));
+    EXPECT_EQ(a * b, -1.0);
+    EXPECT_EQ(W(0, 0, 3).distance(W(0, 4, 0)), 5.0);
+    EXPECT_EQ(W(1, 1, 5).project(W(0, 0, 2)), W(0, 0, 5));
+    EXPECT_NE(a, W(1, -2, 4.5));
+    EXPECT_FALSE(W(0, 0, -1e-300).isNull());
+    EXPECT_FALSE(yfRealEq(a, W(1, -2, 5), 0.5));
+    EXPECT_THROW(a.project(W()), ycMathError::NullVector);
+
+    W c = a;
+    c[2] = 9.0;
+    c.z(c.z() + 1.0);
+    EXPECT_EQ(c, W(1, -2, 10));
+    EXPECT_THROW(c[3], ycAssertFailure);
+    EXPECT_THROW(c[-1], ycAssertFailure);
+}
+
+// The arithmetic stays usable in constant expressions.
+static_assert(V(1, 2) + V(3, 4) == V(4, 6) && -W(1, 0, 2) == W(-1, 0, -2));
+static_assert(V(1, 2) * V(3, 4) == 11.0 && W(1, 0, 0).cross(W(0, 1, 0)) == W(0, 0, 1));
+static_assert(V(0, 0).isNull() && !W(0, 0, 1).isNull() && V(2, 3)[1] == 3.0);
+
 } // namespace
