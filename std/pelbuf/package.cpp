@@ -67,6 +67,12 @@ void yfFreePelBlock(void* raw) noexcept
 
 yc_PelPackage::~yc_PelPackage() = default;
 
+ycPtrHandle<ycPelBlockPackage> ycPelBlockPackage::make(std::int32_t width, std::int32_t height, std::size_t pelSize,
+                                                     std::int32_t alignModulus, std::size_t tailBytes)
+{
+    return ycPtrHandle<ycPelBlockPackage>(new ycPelBlockPackage(width, height, pelSize, alignModulus, tailBytes));
+}
+
 ycPelBlockPackage::ycPelBlockPackage(std::int32_t width, std::int32_t height, std::size_t pelSize,
                                      std::int32_t alignModulus, std::size_t tailBytes)
 {

@@ -3,11 +3,15 @@
 // A package supplies pels made elsewhere (an acquisition buffer, a block read
 // from a device): a root built over a package takes its geometry and its pels
 // from it and holds a share of it while it uses them. Packages are counted
-// objects: make them with new and hold them by ycPtrHandle.
+// objects that live on the heap, held by ycPtrHandle: a root refuses (an
+// assertion; the root stays empty) a package that no handle holds, so a
+// package on the stack is never deleted by the library. A package class of
+// your own is made with new, straight into a handle.
 //
 // ycPelBlockPackage is the plain package: it owns one block of pels, rows
 // padded to the alignment like an owned root's, with optional readable bytes
-// after the last row for decoders that read a little past their data.
+// after the last row for decoders that read a little past their data. Only
+// its factory, make, builds one, so it is always held by a handle.
 #ifndef TLVSTD_PELBUF_PACKAGE_H
 #define TLVSTD_PELBUF_PACKAGE_H
 
@@ -54,9 +58,9 @@ class TLVSTD_API ycPelBlockPackage : public yc_PelPackage {
 public:
     // Room for width x height pels of `pelSize` bytes (1, 2, 4 or 8), each row
     // padded to a multiple of `alignModulus` bytes, and `tailBytes` more.
-    // Arguments below 1 are assertions.
-    ycPelBlockPackage(std::int32_t width, std::int32_t height, std::size_t pelSize, std::int32_t alignModulus,
-                      std::size_t tailBytes = 0);
+    // Arguments below 1 are assertions (and an empty package).
+    static ycPtrHandle<ycPelBlockPackage> make(std::int32_t width, std::int32_t height, std::size_t pelSize,
+                                               std::int32_t alignModulus, std::size_t tailBytes = 0);
     ~ycPelBlockPackage() override;
 
     std::int32_t width() const override { return width_; }
@@ -69,6 +73,10 @@ public:
     unsigned char* bytes() const { return static_cast<unsigned char*>(block_.pels); }
     // Bytes of the block, the tail included.
     std::size_t byteSize() const { return byteSize_; }
+
+protected:
+    ycPelBlockPackage(std::int32_t width, std::int32_t height, std::size_t pelSize, std::int32_t alignModulus,
+                      std::size_t tailBytes);
 
 private:
     yc_PelBlock block_;

@@ -206,16 +206,10 @@ bool yc_PelBuffer::bind(const yc_PelBuffer& other, bool clip)
 yc_PelRoot* yc_PelBuffer::disconnect()
 {
     needRoot();
-    ymAssert(root_->isLocal() && root_->refCount() == 1);
-    if (!root_->isLocal() || root_->refCount() != 1) return nullptr;
-    yc_PelRoot* r = root_.get();
-    // Through 2 and back, so that dropping the handle cannot reach 0 and
-    // dispose of the root; the caller gets it with no share at all.
-    yc_PelRoot::refInc(r);
-    root_.reset();
-    yc_PelRoot::refDec(r);
+    ycPelRootOwner<yc_PelRoot> owner = yfDisconnectPelRoot(root_);
+    if (!owner) return nullptr;
     ycPersistent::mutating();
-    return r;
+    return owner.release();
 }
 
 bool yc_PelBuffer::sharesPels(const yc_PelBuffer& other) const

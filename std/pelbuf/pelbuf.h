@@ -147,20 +147,6 @@ struct ycPelPointers<yc3PlanePel> {
     using const_pointer = yc3PlanePelPtr_const;
 };
 
-// Disposes of a root that holds no share (one handed out by disconnectRoot).
-struct ycPelRootRelease {
-    void operator()(yc_PelRoot* root) const noexcept
-    {
-        if (!root) return;
-        // The owner holds the root without a share; taking one first lets
-        // yfRelease dispose of it as the last share would.
-        yc_PelRoot::refInc(root);
-        yfRelease(root);
-    }
-};
-template <class R>
-using ycPelRootOwner = std::unique_ptr<R, ycPelRootRelease>;
-
 class TLVSTD_API yc_PelBuffer : public ycPersistent {
 public:
     ~yc_PelBuffer() override;

@@ -94,6 +94,91 @@ void moveRows(const T* from, std::ptrdiff_t fromUpdate, T* to, std::ptrdiff_t to
     }
 }
 
+// The same for three planes, each moved as its own array.
+void moveRows(const yc3PlanePelPtr& from, std::ptrdiff_t fromUpdate, const yc3PlanePelPtr& to, std::ptrdiff_t toUpdate,
+              std::int32_t rowPels, std::int32_t rows)
+{
+    moveRows(from.plane0, fromUpdate, to.plane0, toUpdate, rowPels, rows);
+    moveRows(from.plane1, fromUpdate, to.plane1, toUpdate, rowPels, rows);
+    moveRows(from.plane2, fromUpdate, to.plane2, toUpdate, rowPels, rows);
+}
+
+template <class T>
+T* advance(T* p, std::ptrdiff_t n)
+{
+    return p + n;
+}
+
+yc3PlanePelPtr advance(const yc3PlanePelPtr& p, std::ptrdiff_t n)
+{
+    return {p.plane0 + n, p.plane1 + n, p.plane2 + n};
+}
+
+// Rows of a strided array to and from dense (row-major, unpadded) pels.
+template <class T>
+void toDense(const T* from, std::ptrdiff_t update, T* out, std::int32_t rowPels, std::int32_t rows)
+{
+    moveRows(from, update, out, rowPels, rowPels, rows);
+}
+
+void toDense(const yc3PlanePelPtr& from, std::ptrdiff_t update, yc3PlanePel* out, std::int32_t rowPels,
+             std::int32_t rows)
+{
+    for (std::int32_t y = 0; y < rows; ++y) {
+        const std::ptrdiff_t row = std::ptrdiff_t{y} * update;
+        for (std::int32_t x = 0; x < rowPels; ++x) {
+            *out++ = {from.plane0[row + x], from.plane1[row + x], from.plane2[row + x]};
+        }
+    }
+}
+
+template <class T>
+void fromDense(const T* in, T* to, std::ptrdiff_t update, std::int32_t rowPels, std::int32_t rows)
+{
+    moveRows(in, rowPels, to, update, rowPels, rows);
+}
+
+void fromDense(const yc3PlanePel* in, const yc3PlanePelPtr& to, std::ptrdiff_t update, std::int32_t rowPels,
+               std::int32_t rows)
+{
+    for (std::int32_t y = 0; y < rows; ++y) {
+        const std::ptrdiff_t row = std::ptrdiff_t{y} * update;
+        for (std::int32_t x = 0; x < rowPels; ++x, ++in) {
+            to.plane0[row + x] = in->plane0;
+            to.plane1[row + x] = in->plane1;
+            to.plane2[row + x] = in->plane2;
+        }
+    }
+}
+
+// One row of pels to or from the archive; three planes pass through
+// `scratch` as interleaved pels.
+template <class T>
+void writeRow(ycArchive& ar, const T* p, std::int32_t n, std::vector<T>&)
+{
+    writePels(ar, p, static_cast<std::size_t>(n));
+}
+
+void writeRow(ycArchive& ar, const yc3PlanePelPtr& p, std::int32_t n, std::vector<yc3PlanePel>& scratch)
+{
+    scratch.resize(static_cast<std::size_t>(n));
+    toDense(p, 0, scratch.data(), n, 1);
+    writePels(ar, scratch.data(), scratch.size());
+}
+
+template <class T>
+void readRow(ycArchive& ar, T* p, std::int32_t n, std::vector<T>&)
+{
+    readPels(ar, p, static_cast<std::size_t>(n));
+}
+
+void readRow(ycArchive& ar, const yc3PlanePelPtr& p, std::int32_t n, std::vector<yc3PlanePel>& scratch)
+{
+    scratch.resize(static_cast<std::size_t>(n));
+    readPels(ar, scratch.data(), scratch.size());
+    fromDense(scratch.data(), p, 0, n, 1);
+}
+
 // The smallest t >= 0 with (x + t s) % m == 0, if there is one: the linear
 // congruence t s = -x (mod m), solved with the inverse of s / g modulo m / g.
 std::optional<std::uint64_t> firstMultipleStep(std::uint64_t x, std::uint64_t s, std::uint64_t m)
@@ -114,12 +199,42 @@ std::optional<std::uint64_t> firstMultipleStep(std::uint64_t x, std::uint64_t s,
 
 } // namespace
 
+// --- yc_PooledPels ------------------------------------------------------------
+
+yc_PooledPels::yc_PooledPels(yc_PoolKey, ycPtrHandle<ycPelRootPool> pool, const yc_PelSlot& slot) noexcept
+    : share_(std::move(pool)), pool_(share_.get()), slot_(slot)
+{
+}
+
+yc_PooledPels::yc_PooledPels(yc_PooledPels&& other) noexcept
+    : share_(std::move(other.share_)), pool_(std::exchange(other.pool_, nullptr)), slot_(std::exchange(other.slot_, {}))
+{
+}
+
+yc_PooledPels& yc_PooledPels::operator=(yc_PooledPels&& other) noexcept
+{
+    if (this != &other) {
+        giveBack();
+        share_ = std::move(other.share_);
+        pool_ = std::exchange(other.pool_, nullptr);
+        slot_ = std::exchange(other.slot_, {});
+    }
+    return *this;
+}
+
+yc_PooledPels::~yc_PooledPels()
+{
+    giveBack();
+}
+
+void yc_PooledPels::giveBack() noexcept
+{
+    if (ycPelRootPool* pool = std::exchange(pool_, nullptr)) pool->freeSlot(slot_);
+}
+
 // --- yc_PelRoot ---------------------------------------------------------------
 
-yc_PelRoot::~yc_PelRoot()
-{
-    releaseStorage();
-}
+yc_PelRoot::~yc_PelRoot() = default;
 
 std::int32_t yc_PelRoot::width() const
 {
@@ -161,6 +276,13 @@ std::int32_t yc_PelRoot::refDec(const yc_PelRoot* root)
     return root->ycRepBase::refDec();
 }
 
+bool yc_PelRoot::soleLocalShare(const yc_PelRoot* root)
+{
+    const bool sole = root && root->isLocal() && root->refCount() == 1;
+    ymAssert(sole);
+    return sole;
+}
+
 bool yc_PelRoot::contains(const ycPelRect& r) const
 {
     ymAssert(isLocal());
@@ -191,14 +313,38 @@ std::int32_t yc_PelRoot::padPelsNeeded(std::int32_t width, std::size_t pelSize, 
 
 void yc_PelRoot::releasePackage() noexcept
 {
-    package_.reset();
+    if (std::holds_alternative<PackagedPels>(storage_)) storage_ = WrappedPels{};
+}
+
+yc_PelPackage* yc_PelRoot::package() const
+{
+    const auto* package = std::get_if<PackagedPels>(&storage_);
+    return package ? package->get() : nullptr;
+}
+
+ycPelRootPool* yc_PelRoot::pool() const
+{
+    const auto* pooled = std::get_if<yc_PooledPels>(&storage_);
+    return pooled ? pooled->pool() : nullptr;
+}
+
+const yc_PelSlot& yc_PelRoot::slot() const
+{
+    static const yc_PelSlot none;
+    const auto* pooled = std::get_if<yc_PooledPels>(&storage_);
+    return pooled ? pooled->slot() : none;
+}
+
+bool yc_PelRoot::ownsPels() const
+{
+    return std::holds_alternative<OwnedPels>(storage_);
 }
 
 void yc_PelRoot::repInvariant() const
 {
     bool good;
     if (isRemote()) {
-        good = width_ > 0 && height_ > 0 && raw_ == nullptr;
+        good = width_ > 0 && height_ > 0 && !ownsPels();
     } else if (width_ == 0) {
         good = height_ == 0 && rowUpdate_ == 0;
     } else {
@@ -221,75 +367,68 @@ void yc_PelRoot::dispatchSerialize(ycArchive& ar)
     });
 }
 
-bool yc_PelRoot::init(std::int32_t width, std::int32_t height, std::int32_t alignModulus, std::size_t pelSize)
+std::optional<yc_PelRoot::Geometry> yc_PelRoot::ownedGeometry(std::int32_t width, std::int32_t height,
+                                                               std::int32_t alignModulus, std::size_t pelSize)
 {
-    ymAssert(isLocal());
     ymAssert(width >= 1 && height >= 1 && alignModulus >= 1);
-    if (width < 1 || height < 1 || alignModulus < 1) return false;
+    if (width < 1 || height < 1 || alignModulus < 1) return std::nullopt;
     const std::int64_t rowUpdate = std::int64_t{width} + padPelsNeeded(width, pelSize, alignModulus);
     ymAssert(rowUpdate <= kI32Max);
-    if (rowUpdate > kI32Max) return false;
-    width_ = width;
-    height_ = height;
-    alignModulus_ = alignModulus;
-    rowUpdate_ = static_cast<std::int32_t>(rowUpdate);
-    return true;
+    if (rowUpdate > kI32Max) return std::nullopt;
+    return Geometry{width, height, static_cast<std::int32_t>(rowUpdate), alignModulus};
 }
 
-void* yc_PelRoot::allocOwned(std::size_t pelSize, std::size_t pelAlign)
-{
-    const std::uint64_t pels = static_cast<std::uint64_t>(rowUpdate_) * static_cast<std::uint64_t>(height_);
-    const std::uint64_t bytes = mulOrMax(pels, pelSize);
-    if (bytes == kU64Max) throw std::bad_alloc();
-    yc_PelBlock block = yfAllocPelBlock(bytes, alignModulus_, pelAlign);
-    raw_ = block.raw;
-    return block.pels;
-}
-
-bool yc_PelRoot::initWrapped(std::int32_t width, std::int32_t height, std::optional<std::int32_t> rowUpdate,
-                             const void* pels, std::int32_t alignModulus, std::size_t pelSize)
+std::optional<yc_PelRoot::Geometry> yc_PelRoot::wrappedGeometry(std::int32_t width, std::int32_t height,
+                                                                 std::optional<std::int32_t> rowUpdate,
+                                                                 const void* pels, std::int32_t alignModulus,
+                                                                 std::size_t pelSize)
 {
     ymAssert(pels != nullptr);
-    if (!pels || !init(width, height, alignModulus, pelSize)) return false;
+    if (!pels) return std::nullopt;
+    std::optional<Geometry> g = ownedGeometry(width, height, alignModulus, pelSize);
+    if (!g) return std::nullopt;
     const auto low = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(pels));
     ymAssert(low % static_cast<std::uint32_t>(alignModulus) == 0);
     if (rowUpdate) {
         ymAssert(*rowUpdate >= width);
         ymAssert(static_cast<std::uint64_t>(*rowUpdate) * pelSize % static_cast<std::uint64_t>(alignModulus) == 0);
         // Rows shorter than the width would overlap: refuse them.
-        if (*rowUpdate < width) {
-            width_ = rowUpdate_ = height_ = alignModulus_ = 0;
-            return false;
-        }
-        rowUpdate_ = *rowUpdate;
+        if (*rowUpdate < width) return std::nullopt;
+        g->rowUpdate = *rowUpdate;
     }
-    return true;
+    return g;
 }
 
-void yc_PelRoot::attachPackage(yc_PelPackage& package)
+std::pair<yc_PelRoot::OwnedPels, void*> yc_PelRoot::allocOwned(const Geometry& g, std::size_t pelSize,
+                                                               std::size_t pelAlign)
 {
-    package_ = ycPtrHandle<yc_PelPackage>(&package);
+    const std::uint64_t pels = static_cast<std::uint64_t>(g.rowUpdate) * static_cast<std::uint64_t>(g.height);
+    const std::uint64_t bytes = mulOrMax(pels, pelSize);
+    if (bytes == kU64Max) throw std::bad_alloc();
+    const yc_PelBlock block = yfAllocPelBlock(bytes, g.alignModulus, pelAlign);
+    return {OwnedPels(block.raw), block.pels};
 }
 
-void yc_PelRoot::releaseStorage() noexcept
+yc_PelRoot::Geometry yc_PelRoot::geometry() const
 {
-    if (raw_) yfFreePelBlock(std::exchange(raw_, nullptr));
-    if (ycPelRootPool* pool = std::exchange(pool_, nullptr)) {
-        pool->freeSlot(std::exchange(slot_, {}));
-        if (std::exchange(poolShare_, false) && pool->ycRepBase::refDec() == 0) delete pool;
-    }
-    package_.reset();
-    width_ = rowUpdate_ = height_ = alignModulus_ = 0;
+    return {width_, height_, rowUpdate_, alignModulus_};
 }
 
-void yc_PelRoot::takeStorage(yc_PelRoot& from) noexcept
+void yc_PelRoot::setGeometry(const Geometry& g) noexcept
 {
-    releaseStorage();
-    raw_ = std::exchange(from.raw_, nullptr);
-    width_ = std::exchange(from.width_, 0);
-    rowUpdate_ = std::exchange(from.rowUpdate_, 0);
-    height_ = std::exchange(from.height_, 0);
-    alignModulus_ = std::exchange(from.alignModulus_, 0);
+    width_ = g.width;
+    height_ = g.height;
+    rowUpdate_ = g.rowUpdate;
+    alignModulus_ = g.alignModulus;
+}
+
+void yc_PelRoot::swapStorage(yc_PelRoot& other) noexcept
+{
+    storage_.swap(other.storage_);
+    std::swap(width_, other.width_);
+    std::swap(height_, other.height_);
+    std::swap(rowUpdate_, other.rowUpdate_);
+    std::swap(alignModulus_, other.alignModulus_);
 }
 
 bool yc_PelRoot::checkStoredGeometry(const StoredGeometry& g)
@@ -338,22 +477,129 @@ void yfDestroyPelRoot(const yc_PelRoot* root)
 {
     if (!root) return;
     auto* r = const_cast<yc_PelRoot*>(root);
-    ycPelRootPool* pool = r->pool_;
-    if (!pool) {
+    auto* pooled = std::get_if<yc_PooledPels>(&r->storage_);
+    if (!pooled || !pooled->share_) {
         delete r;
         return;
     }
-    // The root's share of the pool passes to this call, so the pool outlives
-    // the hand-back even when that share was its last.
-    struct Share {
-        ycPelRootPool* pool;
-        ~Share()
-        {
-            if (pool->ycRepBase::refDec() == 0) delete pool;
-        }
-    } share{pool};
-    r->poolShare_ = false;
+    // The root's share of its pool passes to this call, so the pool outlives
+    // its own hand-back even when that share was its last.
+    const ycPtrHandle<ycPelRootPool> pool = std::move(pooled->share_);
     pool->release(r);
+}
+
+// --- what every typed root shares ---------------------------------------------
+
+template <ycPelType T>
+yc_PelPointer<T> yc_TypedPelRoot<T>::at(std::int32_t x, std::int32_t y) const
+{
+    return advance(self().pels(), std::ptrdiff_t{y} * rowUpdate_ + x);
+}
+
+template <ycPelType T>
+ycPtrHandle<ycPelRoot<T>> yc_TypedPelRoot<T>::copy(const ycPelRect& r) const
+{
+    ymAssert(isLocal() && contains(r));
+    if (!contains(r)) return {};
+    if (r.isEmpty()) return yfMakeHandle<ycPelRoot<T>>();
+    auto out = yfMakeHandle<ycPelRoot<T>>(r.width(), r.height(), alignModulus_);
+    copy(r, *out, {0, 0});
+    return out;
+}
+
+template <ycPelType T>
+void yc_TypedPelRoot<T>::copy(const ycPelRect& r, ycPelRoot<T>& dst, const ycPair<std::int32_t>& origin) const
+{
+    const ycPelRect target(origin, r.size());
+    yc_TypedPelRoot& to = dst;
+    ymAssert(isLocal() && to.isLocal());
+    ymAssert(contains(r));
+    ymAssert(to.contains(target));
+    if (!contains(r) || !to.contains(target) || r.isEmpty()) return;
+    to.mutating();
+    moveRows(at(r.x(), r.y()), rowUpdate_, to.at(origin.x(), origin.y()), to.rowUpdate_, r.width(), r.height());
+}
+
+template <ycPelType T>
+void yc_TypedPelRoot<T>::pelsToVect(const ycPelRect& r, std::vector<T>& out) const
+{
+    ymAssert(isLocal() && contains(r));
+    if (!contains(r)) return;
+    out.resize(r.isEmpty() ? 0 : static_cast<std::size_t>(r.width()) * static_cast<std::size_t>(r.height()));
+    if (r.isEmpty()) return;
+    toDense(at(r.x(), r.y()), rowUpdate_, out.data(), r.width(), r.height());
+}
+
+template <ycPelType T>
+void yc_TypedPelRoot<T>::pelsFromVect(const ycPelRect& r, const std::vector<T>& in)
+{
+    ymAssert(isLocal() && contains(r));
+    if (!contains(r) || r.isEmpty()) return;
+    const std::size_t count = static_cast<std::size_t>(r.width()) * static_cast<std::size_t>(r.height());
+    ymAssert(in.size() == count);
+    if (in.size() != count) return;
+    mutating();
+    fromDense(in.data(), at(r.x(), r.y()), rowUpdate_, r.width(), r.height());
+}
+
+template <ycPelType T>
+void yc_TypedPelRoot<T>::dispatchSerialize(ycArchive& ar)
+{
+    serializeLevel(ar, static_cast<ycPelRoot<T>*>(this), 0, [&](std::uint8_t version) {
+        if (version != 0) unknownVersion(kSourceName, __LINE__);
+        yc_PelRoot::dispatchSerialize(ar);
+        if (ar.isStoring()) {
+            store(ar);
+        } else {
+            load(ar);
+        }
+    });
+}
+
+template <ycPelType T>
+void yc_TypedPelRoot<T>::store(ycArchive& ar)
+{
+    ymAssert(isLocal());
+    StoredGeometry g{width_, height_, alignModulus_};
+    ar || g.width || g.height || g.alignModulus;
+    transferFlags(ar);
+    std::vector<T> scratch;
+    for (std::int32_t y = 0; y < height_; ++y) writeRow(ar, at(0, y), width_, scratch);
+}
+
+template <ycPelType T>
+void yc_TypedPelRoot<T>::load(ycArchive& ar)
+{
+    auto& self = static_cast<ycPelRoot<T>&>(*this);
+    StoredGeometry g;
+    ar || g.width || g.height || g.alignModulus;
+    const bool any = checkStoredGeometry(g);
+    for (int n = transferFlags(ar); n > 0; --n) {
+        T scratch{};
+        ar || scratch;
+    }
+    if (!any) {
+        ycPelRoot<T> empty;
+        self.swapPels(empty);
+        return;
+    }
+
+    constexpr std::size_t planes = std::same_as<T, yc3PlanePel> ? 3 : 1;
+    const std::uint64_t count = static_cast<std::uint64_t>(g.width) * static_cast<std::uint64_t>(g.height);
+    const std::uint64_t bytes = mulOrMax(count, sizeof(T));
+    if (std::optional<std::uint64_t> room = streamRoom(ar)) {
+        checkStoredSize(g, kPlaneBytes, planes, bytes, room);
+        ycPelRoot<T> fresh(g.width, g.height, g.alignModulus);
+        std::vector<T> scratch;
+        for (std::int32_t y = 0; y < g.height; ++y) readRow(ar, fresh.at(0, y), g.width, scratch);
+        self.swapPels(fresh);
+    } else {
+        std::vector<T> staged = gatherPels<T>(ar, count);
+        checkStoredSize(g, kPlaneBytes, planes, bytes, std::nullopt);
+        ycPelRoot<T> fresh(g.width, g.height, g.alignModulus);
+        fromDense(staged.data(), fresh.at(0, 0), fresh.rowUpdate_, g.width, g.height);
+        self.swapPels(fresh);
+    }
 }
 
 // --- ycPelRoot<T> -------------------------------------------------------------
@@ -361,38 +607,61 @@ void yfDestroyPelRoot(const yc_PelRoot* root)
 template <ycPelType T>
 ycPelRoot<T>::ycPelRoot(std::int32_t width, std::int32_t height, std::int32_t alignModulus)
 {
-    if (init(width, height, alignModulus)) alloc();
+    if (auto g = this->ownedGeometry(width, height, alignModulus, sizeof(T))) {
+        this->setStorage(*g, std::monostate{});
+        alloc();
+    }
 }
 
 template <ycPelType T>
 ycPelRoot<T>::ycPelRoot(std::int32_t width, std::int32_t height, T* pels, std::int32_t alignModulus)
 {
-    if (initWrapped(width, height, std::nullopt, pels, alignModulus, sizeof(T))) pels_ = pels;
+    if (auto g = this->wrappedGeometry(width, height, std::nullopt, pels, alignModulus, sizeof(T))) {
+        this->setStorage(*g, typename yc_PelRoot::WrappedPels{});
+        pels_ = pels;
+    }
 }
 
 template <ycPelType T>
 ycPelRoot<T>::ycPelRoot(std::int32_t width, std::int32_t height, std::int32_t rowUpdate, T* pels,
                         std::int32_t alignModulus)
 {
-    if (initWrapped(width, height, rowUpdate, pels, alignModulus, sizeof(T))) pels_ = pels;
+    if (auto g = this->wrappedGeometry(width, height, rowUpdate, pels, alignModulus, sizeof(T))) {
+        this->setStorage(*g, typename yc_PelRoot::WrappedPels{});
+        pels_ = pels;
+    }
 }
 
 template <ycPelType T>
 ycPelRoot<T>::ycPelRoot(yc_PelPackage& package)
 {
+    // The root shares the package: one that no handle holds would be
+    // deleted with the root.
+    ymAssert(package.refCount() > 0);
     ymAssert(package.pelSize() == sizeof(T));
-    if (package.pelSize() != sizeof(T)) return;
-    attachPackage(package);
+    if (package.refCount() <= 0 || package.pelSize() != sizeof(T)) return;
     void* pels = package.supplyPels(*this);
     std::optional<std::int32_t> rowUpdate;
     if (package.rowUpdate() != 0) rowUpdate = package.rowUpdate();
-    ymAssert(reinterpret_cast<std::uintptr_t>(pels) % alignof(T) == 0);
-    if (reinterpret_cast<std::uintptr_t>(pels) % alignof(T) != 0 ||
-        !initWrapped(package.width(), package.height(), rowUpdate, pels, package.alignModulus(), sizeof(T))) {
-        releaseStorage();
-        return;
+    const bool aligned = reinterpret_cast<std::uintptr_t>(pels) % alignof(T) == 0;
+    ymAssert(aligned);
+    if (!aligned) return;
+    if (auto g = this->wrappedGeometry(package.width(), package.height(), rowUpdate, pels, package.alignModulus(),
+                                       sizeof(T))) {
+        this->setStorage(*g, ycPtrHandle<yc_PelPackage>(&package));
+        pels_ = static_cast<T*>(pels);
     }
-    pels_ = static_cast<T*>(pels);
+}
+
+template <ycPelType T>
+ycPelRoot<T>::ycPelRoot(std::int32_t width, std::int32_t height, yc_PooledPels&& pels)
+{
+    // Alignment 1: rows are unpadded, and any address will do.
+    void* at = pels.slot().address;
+    ymAssert(at != nullptr && width >= 1 && height >= 1);
+    if (!at || width < 1 || height < 1) return;
+    this->setStorage(typename yc_PelRoot::Geometry{width, height, width, 1}, std::move(pels));
+    pels_ = static_cast<T*>(at);
 }
 
 template <ycPelType T>
@@ -404,23 +673,20 @@ ycPelRoot<T>::~ycPelRoot()
 template <ycPelType T>
 T* ycPelRoot<T>::pels() const
 {
-    ymAssert(isLocal());
+    ymAssert(this->isLocal());
     return pels_;
-}
-
-template <ycPelType T>
-bool ycPelRoot<T>::init(std::int32_t width, std::int32_t height, std::int32_t alignModulus)
-{
-    return yc_PelRoot::init(width, height, alignModulus, sizeof(T));
 }
 
 template <ycPelType T>
 void ycPelRoot<T>::alloc()
 {
-    ymAssert(isLocal() && width_ > 0 && pels_ == nullptr);
-    if (width_ <= 0 || pels_ != nullptr) return;
-    T* pels = static_cast<T*>(allocOwned(sizeof(T), alignof(T)));
-    std::uninitialized_default_construct_n(pels, static_cast<std::size_t>(rowUpdate_) * height_);
+    ymAssert(this->isLocal() && this->width_ > 0 && pels_ == nullptr);
+    if (this->width_ <= 0 || pels_ != nullptr) return;
+    const typename yc_PelRoot::Geometry g = this->geometry();
+    auto [block, at] = this->allocOwned(g, sizeof(T), alignof(T));
+    T* pels = static_cast<T*>(at);
+    std::uninitialized_default_construct_n(pels, static_cast<std::size_t>(g.rowUpdate) * g.height);
+    this->setStorage(g, std::move(block));
     pels_ = pels;
 }
 
@@ -433,186 +699,57 @@ void ycPelRoot<T>::dtorArray(T* p, std::size_t count) noexcept
 template <ycPelType T>
 void ycPelRoot<T>::freeLocalStorage() noexcept
 {
-    if (pels_ && ownsPels()) dtorArray(pels_, static_cast<std::size_t>(rowUpdate_) * height_);
+    if (pels_ && this->ownsPels()) dtorArray(pels_, static_cast<std::size_t>(this->rowUpdate_) * this->height_);
     pels_ = nullptr;
-    releaseStorage();
+    this->setStorage({}, std::monostate{});
 }
 
 template <ycPelType T>
-void ycPelRoot<T>::reInit()
+void ycPelRoot<T>::swapPels(ycPelRoot& other) noexcept
 {
-    freeLocalStorage();
+    this->swapStorage(other);
+    std::swap(pels_, other.pels_);
 }
-
-template <ycPelType T>
-ycPtrHandle<ycPelRoot<T>> ycPelRoot<T>::copy(const ycPelRect& r) const
-{
-    ymAssert(isLocal() && contains(r));
-    if (!contains(r)) return {};
-    if (r.isEmpty()) return ycPtrHandle<ycPelRoot>(new ycPelRoot);
-    ycPtrHandle<ycPelRoot> out(new ycPelRoot(r.width(), r.height(), alignModulus_));
-    copy(r, *out, {0, 0});
-    return out;
-}
-
-template <ycPelType T>
-void ycPelRoot<T>::copy(const ycPelRect& r, ycPelRoot& dst, const ycPair<std::int32_t>& origin) const
-{
-    const ycPelRect target(origin, r.size());
-    ymAssert(isLocal() && dst.isLocal());
-    ymAssert(contains(r));
-    ymAssert(dst.contains(target));
-    if (!contains(r) || !dst.contains(target) || r.isEmpty()) return;
-    dst.mutating();
-    moveRows(pels_ + std::ptrdiff_t{r.y()} * rowUpdate_ + r.x(), rowUpdate_,
-             dst.pels_ + std::ptrdiff_t{origin.y()} * dst.rowUpdate_ + origin.x(), dst.rowUpdate_, r.width(),
-             r.height());
-}
-
-template <ycPelType T>
-void ycPelRoot<T>::pelsToVect(const ycPelRect& r, std::vector<T>& out) const
-{
-    ymAssert(isLocal() && contains(r));
-    if (!contains(r)) return;
-    out.resize(r.isEmpty() ? 0 : static_cast<std::size_t>(r.width()) * static_cast<std::size_t>(r.height()));
-    if (r.isEmpty()) return;
-    moveRows(pels_ + std::ptrdiff_t{r.y()} * rowUpdate_ + r.x(), rowUpdate_, out.data(), r.width(), r.width(),
-             r.height());
-}
-
-template <ycPelType T>
-void ycPelRoot<T>::pelsFromVect(const ycPelRect& r, const std::vector<T>& in)
-{
-    ymAssert(isLocal() && contains(r));
-    if (!contains(r) || r.isEmpty()) return;
-    const std::size_t count = static_cast<std::size_t>(r.width()) * static_cast<std::size_t>(r.height());
-    ymAssert(in.size() == count);
-    if (in.size() != count) return;
-    mutating();
-    moveRows(in.data(), r.width(), pels_ + std::ptrdiff_t{r.y()} * rowUpdate_ + r.x(), rowUpdate_, r.width(),
-             r.height());
-}
-
-template <ycPelType T>
-void ycPelRoot<T>::dispatchSerialize(ycArchive& ar)
-{
-    serializeLevel(ar, this, 0, [&](std::uint8_t version) {
-        if (version != 0) unknownVersion(kSourceName, __LINE__);
-        yc_PelRoot::dispatchSerialize(ar);
-        if (ar.isStoring()) {
-            store(ar);
-        } else {
-            load(ar);
-        }
-    });
-}
-
-template <ycPelType T>
-void ycPelRoot<T>::store(ycArchive& ar)
-{
-    ymAssert(isLocal());
-    StoredGeometry g{width_, height_, alignModulus_};
-    ar || g.width || g.height || g.alignModulus;
-    transferFlags(ar);
-    for (std::int32_t y = 0; y < height_; ++y) {
-        writePels(ar, pels_ + std::ptrdiff_t{y} * rowUpdate_, static_cast<std::size_t>(width_));
-    }
-}
-
-template <ycPelType T>
-void ycPelRoot<T>::load(ycArchive& ar)
-{
-    freeLocalStorage();
-    StoredGeometry g;
-    ar || g.width || g.height || g.alignModulus;
-    const bool any = checkStoredGeometry(g);
-    for (int n = transferFlags(ar); n > 0; --n) {
-        T scratch{};
-        ar || scratch;
-    }
-    if (!any) return;
-
-    const std::uint64_t count = static_cast<std::uint64_t>(g.width) * static_cast<std::uint64_t>(g.height);
-    const std::uint64_t bytes = mulOrMax(count, sizeof(T));
-    ycPelRoot fresh;
-    if (std::optional<std::uint64_t> room = streamRoom(ar)) {
-        checkStoredSize(g, sizeof(T), 1, bytes, room);
-        fresh.init(g.width, g.height, g.alignModulus);
-        fresh.alloc();
-        for (std::int32_t y = 0; y < g.height; ++y) {
-            readPels(ar, fresh.pels_ + std::ptrdiff_t{y} * fresh.rowUpdate_, static_cast<std::size_t>(g.width));
-        }
-    } else {
-        std::vector<T> staged = gatherPels<T>(ar, count);
-        checkStoredSize(g, sizeof(T), 1, bytes, std::nullopt);
-        fresh.init(g.width, g.height, g.alignModulus);
-        fresh.alloc();
-        moveRows(staged.data(), g.width, fresh.pels_, fresh.rowUpdate_, g.width, g.height);
-    }
-    takeStorage(fresh);
-    pels_ = std::exchange(fresh.pels_, nullptr);
-}
-
-// GCC and clang take the visibility from the extern declaration in the
-// header; Windows wants the export on the definition as well.
-#if defined(_WIN32)
-#define TLVSTD_INSTANCE_API TLVSTD_API
-#else
-#define TLVSTD_INSTANCE_API
-#endif
-template class TLVSTD_INSTANCE_API ycPelRoot<unsigned char>;
-template class TLVSTD_INSTANCE_API ycPelRoot<signed char>;
-template class TLVSTD_INSTANCE_API ycPelRoot<short>;
-template class TLVSTD_INSTANCE_API ycPelRoot<unsigned short>;
-template class TLVSTD_INSTANCE_API ycPelRoot<ycPackedRGB16Pel>;
-template class TLVSTD_INSTANCE_API ycPelRoot<std::int32_t>;
-template class TLVSTD_INSTANCE_API ycPelRoot<std::uint32_t>;
-template class TLVSTD_INSTANCE_API ycPelRoot<float>;
-template class TLVSTD_INSTANCE_API ycPelRoot<ycPackedRGB32Pel>;
-template class TLVSTD_INSTANCE_API ycPelRoot<double>;
-template class TLVSTD_INSTANCE_API ycPelRoot<ycPair<std::int32_t>>;
-template class TLVSTD_INSTANCE_API ycPelRoot<ycPair<float>>;
 
 // --- ycPelRoot<yc3PlanePel> ---------------------------------------------------
 
 ycPelRoot<yc3PlanePel>::ycPelRoot(std::int32_t width, std::int32_t height, std::int32_t alignModulus)
 {
-    if (init(width, height, alignModulus)) alloc();
+    if (auto g = ownedGeometry(width, height, alignModulus, 1)) {
+        setStorage(*g, std::monostate{});
+        alloc();
+    }
 }
 
 ycPelRoot<yc3PlanePel>::ycPelRoot(std::int32_t width, std::int32_t height, const yc3PlanePelPtr& pels,
                                   std::int32_t alignModulus)
 {
-    ymAssert(pels.plane0 && pels.plane1 && pels.plane2);
-    if (!pels.plane0 || !pels.plane1 || !pels.plane2) return;
-    if (initWrapped(width, height, std::nullopt, pels.plane0, alignModulus, 1)) makePlanes(pels, std::nullopt);
+    makePlanes(width, height, std::nullopt, pels, alignModulus);
 }
 
 ycPelRoot<yc3PlanePel>::ycPelRoot(std::int32_t width, std::int32_t height, std::int32_t rowUpdate,
                                   const yc3PlanePelPtr& pels, std::int32_t alignModulus)
 {
-    ymAssert(pels.plane0 && pels.plane1 && pels.plane2);
-    if (!pels.plane0 || !pels.plane1 || !pels.plane2) return;
-    if (initWrapped(width, height, rowUpdate, pels.plane0, alignModulus, 1)) makePlanes(pels, rowUpdate);
+    makePlanes(width, height, rowUpdate, pels, alignModulus);
 }
 
 ycPelRoot<yc3PlanePel>::ycPelRoot(Plane* plane0, Plane* plane1, Plane* plane2)
 {
+    Plane* const given[3] = {plane0, plane1, plane2};
     ymAssert(plane0 && plane1 && plane2);
     if (!plane0 || !plane1 || !plane2) return;
+    // Shared planes must already be held by handles; see yc_PelPackage.
+    const bool held = plane0->refCount() > 0 && plane1->refCount() > 0 && plane2->refCount() > 0;
+    ymAssert(held);
+    if (!held) return;
     const auto same = [&](const Plane* p) {
         return p->isLocal() && p->width() == plane0->width() && p->height() == plane0->height() &&
                p->alignModulus() == plane0->alignModulus() && p->rowUpdate() == plane0->rowUpdate();
     };
     ymAssert(same(plane1) && same(plane2));
     if (!same(plane1) || !same(plane2)) return;
-    width_ = plane0->width();
-    height_ = plane0->height();
-    rowUpdate_ = plane0->rowUpdate();
-    alignModulus_ = plane0->alignModulus();
-    planes_[0] = ycPtrHandle<Plane>(plane0);
-    planes_[1] = ycPtrHandle<Plane>(plane1);
-    planes_[2] = ycPtrHandle<Plane>(plane2);
+    setStorage({plane0->width(), plane0->height(), plane0->rowUpdate(), plane0->alignModulus()}, std::monostate{});
+    for (int i = 0; i < 3; ++i) planes_[i] = ycPtrHandle<Plane>(given[i]);
 }
 
 ycPelRoot<yc3PlanePel>::~ycPelRoot()
@@ -620,13 +757,18 @@ ycPelRoot<yc3PlanePel>::~ycPelRoot()
     freeLocalStorage();
 }
 
-void ycPelRoot<yc3PlanePel>::makePlanes(const yc3PlanePelPtr& pels, std::optional<std::int32_t> rowUpdate)
+void ycPelRoot<yc3PlanePel>::makePlanes(std::int32_t width, std::int32_t height, std::optional<std::int32_t> rowUpdate,
+                                        const yc3PlanePelPtr& pels, std::int32_t alignModulus)
 {
+    ymAssert(pels.plane0 && pels.plane1 && pels.plane2);
+    if (!pels.plane0 || !pels.plane1 || !pels.plane2) return;
+    const std::optional<Geometry> g = wrappedGeometry(width, height, rowUpdate, pels.plane0, alignModulus, 1);
+    if (!g) return;
     unsigned char* const p[3] = {pels.plane0, pels.plane1, pels.plane2};
-    for (int i = 0; i < 3; ++i) {
-        planes_[i] = ycPtrHandle<Plane>(rowUpdate ? new Plane(width_, height_, *rowUpdate, p[i], alignModulus_)
-                                                  : new Plane(width_, height_, p[i], alignModulus_));
-    }
+    ycPtrHandle<Plane> made[3];
+    for (int i = 0; i < 3; ++i) made[i] = yfMakeHandle<Plane>(g->width, g->height, g->rowUpdate, p[i], alignModulus);
+    setStorage(*g, std::monostate{});
+    for (int i = 0; i < 3; ++i) planes_[i] = std::move(made[i]);
 }
 
 yc3PlanePelPtr ycPelRoot<yc3PlanePel>::pels() const
@@ -636,149 +778,40 @@ yc3PlanePelPtr ycPelRoot<yc3PlanePel>::pels() const
     return {planes_[0]->pels(), planes_[1]->pels(), planes_[2]->pels()};
 }
 
-bool ycPelRoot<yc3PlanePel>::init(std::int32_t width, std::int32_t height, std::int32_t alignModulus)
-{
-    return yc_PelRoot::init(width, height, alignModulus, 1);
-}
-
 void ycPelRoot<yc3PlanePel>::alloc()
 {
     ymAssert(isLocal() && width_ > 0 && !planes_[0]);
     if (width_ <= 0 || planes_[0]) return;
     ycPtrHandle<Plane> made[3];
-    for (auto& plane : made) plane = ycPtrHandle<Plane>(new Plane(width_, height_, alignModulus_));
+    for (auto& plane : made) plane = yfMakeHandle<Plane>(width_, height_, alignModulus_);
     for (int i = 0; i < 3; ++i) planes_[i] = std::move(made[i]);
 }
 
 void ycPelRoot<yc3PlanePel>::freeLocalStorage() noexcept
 {
     for (auto& plane : planes_) plane.reset();
-    releaseStorage();
+    setStorage({}, std::monostate{});
 }
 
-void ycPelRoot<yc3PlanePel>::reInit()
+void ycPelRoot<yc3PlanePel>::swapPels(ycPelRoot& other) noexcept
 {
-    freeLocalStorage();
+    swapStorage(other);
+    for (int i = 0; i < 3; ++i) std::swap(planes_[i], other.planes_[i]);
 }
 
-ycPtrHandle<ycPelRoot<yc3PlanePel>> ycPelRoot<yc3PlanePel>::copy(const ycPelRect& r) const
-{
-    ymAssert(isLocal() && contains(r));
-    if (!contains(r)) return {};
-    if (r.isEmpty()) return ycPtrHandle<ycPelRoot>(new ycPelRoot);
-    ycPtrHandle<ycPelRoot> out(new ycPelRoot(r.width(), r.height(), alignModulus_));
-    copy(r, *out, {0, 0});
-    return out;
-}
-
-void ycPelRoot<yc3PlanePel>::copy(const ycPelRect& r, ycPelRoot& dst, const ycPair<std::int32_t>& origin) const
-{
-    const ycPelRect target(origin, r.size());
-    ymAssert(isLocal() && dst.isLocal());
-    ymAssert(contains(r));
-    ymAssert(dst.contains(target));
-    if (!contains(r) || !dst.contains(target) || r.isEmpty()) return;
-    dst.mutating();
-    for (int i = 0; i < 3; ++i) planes_[i]->copy(r, *dst.planes_[i], origin);
-}
-
-void ycPelRoot<yc3PlanePel>::pelsToVect(const ycPelRect& r, std::vector<yc3PlanePel>& out) const
-{
-    ymAssert(isLocal() && contains(r));
-    if (!contains(r)) return;
-    out.resize(r.isEmpty() ? 0 : static_cast<std::size_t>(r.width()) * static_cast<std::size_t>(r.height()));
-    if (r.isEmpty()) return;
-    const yc3PlanePelPtr p = pels();
-    yc3PlanePel* to = out.data();
-    for (std::int32_t y = r.y(); y < r.y() + r.height(); ++y) {
-        const std::ptrdiff_t row = std::ptrdiff_t{y} * rowUpdate_;
-        for (std::int32_t x = r.x(); x < r.x() + r.width(); ++x) {
-            *to++ = {p.plane0[row + x], p.plane1[row + x], p.plane2[row + x]};
-        }
-    }
-}
-
-void ycPelRoot<yc3PlanePel>::pelsFromVect(const ycPelRect& r, const std::vector<yc3PlanePel>& in)
-{
-    ymAssert(isLocal() && contains(r));
-    if (!contains(r) || r.isEmpty()) return;
-    const std::size_t count = static_cast<std::size_t>(r.width()) * static_cast<std::size_t>(r.height());
-    ymAssert(in.size() == count);
-    if (in.size() != count) return;
-    mutating();
-    const yc3PlanePelPtr p = pels();
-    const yc3PlanePel* from = in.data();
-    for (std::int32_t y = r.y(); y < r.y() + r.height(); ++y) {
-        const std::ptrdiff_t row = std::ptrdiff_t{y} * rowUpdate_;
-        for (std::int32_t x = r.x(); x < r.x() + r.width(); ++x, ++from) {
-            p.plane0[row + x] = from->plane0;
-            p.plane1[row + x] = from->plane1;
-            p.plane2[row + x] = from->plane2;
-        }
-    }
-}
-
-void ycPelRoot<yc3PlanePel>::dispatchSerialize(ycArchive& ar)
-{
-    serializeLevel(ar, this, 0, [&](std::uint8_t version) {
-        if (version != 0) unknownVersion(kSourceName, __LINE__);
-        yc_PelRoot::dispatchSerialize(ar);
-        if (ar.isStoring()) {
-            store(ar);
-        } else {
-            load(ar);
-        }
-    });
-}
-
-void ycPelRoot<yc3PlanePel>::store(ycArchive& ar)
-{
-    ymAssert(isLocal());
-    StoredGeometry g{width_, height_, alignModulus_};
-    ar || g.width || g.height || g.alignModulus;
-    transferFlags(ar);
-    if (width_ == 0) return;
-    std::vector<yc3PlanePel> row;
-    for (std::int32_t y = 0; y < height_; ++y) {
-        pelsToVect(ycPelRect(0, y, width_, 1), row);
-        writePels(ar, row.data(), row.size());
-    }
-}
-
-void ycPelRoot<yc3PlanePel>::load(ycArchive& ar)
-{
-    freeLocalStorage();
-    StoredGeometry g;
-    ar || g.width || g.height || g.alignModulus;
-    const bool any = checkStoredGeometry(g);
-    for (int n = transferFlags(ar); n > 0; --n) {
-        yc3PlanePel scratch;
-        ar || scratch;
-    }
-    if (!any) return;
-
-    const std::uint64_t count = static_cast<std::uint64_t>(g.width) * static_cast<std::uint64_t>(g.height);
-    const std::uint64_t bytes = mulOrMax(count, sizeof(yc3PlanePel));
-    ycPelRoot fresh;
-    if (std::optional<std::uint64_t> room = streamRoom(ar)) {
-        checkStoredSize(g, 1, 3, bytes, room);
-        fresh.init(g.width, g.height, g.alignModulus);
-        fresh.alloc();
-        std::vector<yc3PlanePel> row(static_cast<std::size_t>(g.width));
-        for (std::int32_t y = 0; y < g.height; ++y) {
-            readPels(ar, row.data(), row.size());
-            fresh.pelsFromVect(ycPelRect(0, y, g.width, 1), row);
-        }
-    } else {
-        std::vector<yc3PlanePel> staged = gatherPels<yc3PlanePel>(ar, count);
-        checkStoredSize(g, 1, 3, bytes, std::nullopt);
-        fresh.init(g.width, g.height, g.alignModulus);
-        fresh.alloc();
-        fresh.pelsFromVect(ycPelRect(0, 0, g.width, g.height), staged);
-    }
-    takeStorage(fresh);
-    for (int i = 0; i < 3; ++i) planes_[i] = std::move(fresh.planes_[i]);
-}
+// GCC and clang take the visibility from the extern declaration in the
+// header; Windows wants the export on the definition as well.
+#if defined(_WIN32)
+#define TLVSTD_INSTANCE_API TLVSTD_API
+#else
+#define TLVSTD_INSTANCE_API
+#endif
+#define ym_InstantiatePelRoot(T)                                                                                       \
+    template class TLVSTD_INSTANCE_API yc_TypedPelRoot<T>;                                                             \
+    template class TLVSTD_INSTANCE_API ycPelRoot<T>;
+ymForEachSingleArrayPelType(ym_InstantiatePelRoot)
+#undef ym_InstantiatePelRoot
+template class TLVSTD_INSTANCE_API yc_TypedPelRoot<yc3PlanePel>;
 
 // --- registration -------------------------------------------------------------
 

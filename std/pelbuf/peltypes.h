@@ -179,6 +179,12 @@ struct yc_PelTypeList {
     }
 };
 
+// Applies the macro X to each one-array pel type, for lists the language
+// cannot take from ycPelTypes (explicit instantiations).
+#define ymForEachSingleArrayPelType(X)                                                                                \
+    X(unsigned char) X(signed char) X(short) X(unsigned short) X(ycPackedRGB16Pel) X(std::int32_t) X(std::uint32_t)  \
+        X(float) X(ycPackedRGB32Pel) X(double) X(ycPair<std::int32_t>) X(ycPair<float>)
+
 using ycPelTypes = yc_PelTypeList<unsigned char, signed char, short, unsigned short, ycPackedRGB16Pel, std::int32_t,
                                   std::uint32_t, float, ycPackedRGB32Pel, double, ycPair<std::int32_t>, ycPair<float>,
                                   yc3PlanePel>;

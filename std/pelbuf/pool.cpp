@@ -24,16 +24,6 @@ constexpr std::size_t kHeaderBytes = 20;
 static_assert(sizeof(void*) <= kGranulesAt - kNextAt);
 static_assert(kHeaderBytes <= ycBasicPelRootPool::kMinGranule);
 
-// A root of pel type `type` over `pels`, for the one-array pel types.
-yc_PelRoot* wrapPels(const std::type_info& type, void* pels, std::int32_t width, std::int32_t height)
-{
-    yc_PelRoot* root = nullptr;
-    ycPelTypes::visit(type, [&]<class T>(std::type_identity<T>) {
-        if constexpr (yc_SingleArrayPelType<T>) root = new ycPelRoot<T>(width, height, static_cast<T*>(pels), 1);
-    });
-    return root;
-}
-
 struct PelLayout {
     std::size_t size = 0;
     std::size_t align = 1;
@@ -73,12 +63,26 @@ void ycPelRootPool::deletePelRoot(yc_SlottedPelRoot* root)
     delete root;
 }
 
-void ycPelRootPool::adopt(yc_PelRoot& root, const yc_PelSlot& slot) noexcept
+yc_PooledPels ycPelRootPool::lend(std::int32_t width, std::int32_t height, const std::type_info& pelType)
 {
-    ycRepBase::refInc();
-    root.pool_ = this;
-    root.poolShare_ = true;
-    root.slot_ = slot;
+    ymAssert(width >= 1 && height >= 1);
+    // Roots share their pool: the first to go would delete a pool that no
+    // handle holds.
+    ymAssert(refCount() > 0);
+    yc_PelSlot slot;
+    if (width < 1 || height < 1 || refCount() <= 0 || !takeSlot(width, height, pelType, slot))
+        return yc_PooledPels(yc_PoolKey(), nullptr, {});
+    return yc_PooledPels(yc_PoolKey(), ycPtrHandle<ycPelRootPool>(this), slot);
+}
+
+ycPtrHandle<yc_PelRoot> ycPelRootPool::newPelRoot(std::int32_t width, std::int32_t height,
+                                                  const std::type_info* pelType)
+{
+    ymAssert(pelType != nullptr);
+    if (!pelType || !makes(*pelType)) return {};
+    ycPtrHandle<yc_PelRoot> root;
+    ycPelTypes::visit(*pelType, [&]<class T>(std::type_identity<T>) { root = newRoot<T>(width, height); });
+    return root;
 }
 
 // --- ycBasicPelRootPool -------------------------------------------------------
@@ -293,26 +297,14 @@ void ycBasicPelRootPool::shutdown() noexcept
     }
 }
 
-yc_PelRoot* ycBasicPelRootPool::newPelRoot(std::int32_t width, std::int32_t height, const std::type_info* pelType)
+bool ycBasicPelRootPool::takeSlot(std::int32_t width, std::int32_t height, const std::type_info& pelType,
+                                  yc_PelSlot& slot)
 {
-    ymAssert(pelType != nullptr && width >= 1 && height >= 1);
-    if (!pelType || width < 1 || height < 1) return nullptr;
-    const std::size_t pelSize = basicPelSize(*pelType);
-    if (pelSize == 0) return nullptr;
+    const std::size_t pelSize = basicPelSize(pelType);
+    if (pelSize == 0) return false;
     // Below 2^64 for any two 32-bit sizes and pels of up to 4 bytes.
     const std::uint64_t bytes = static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height) * pelSize;
-    if (bytes > kSizeMax) return nullptr;
-    yc_PelSlot slot;
-    if (!allocPels(static_cast<std::size_t>(bytes), slot)) return nullptr;
-    yc_PelRoot* root = nullptr;
-    try {
-        root = wrapPels(*pelType, slot.address, width, height);
-    } catch (...) {
-        freePels(slot);
-        throw;
-    }
-    adopt(*root, slot);
-    return root;
+    return bytes <= kSizeMax && allocPels(static_cast<std::size_t>(bytes), slot);
 }
 
 bool ycBasicPelRootPool::makes(const std::type_info& pelType) const
@@ -439,36 +431,21 @@ bool ycDiscretePelRootPool::makes(const std::type_info& pelType) const
     return singleArrayLayout(pelType).size == static_cast<std::size_t>(pelSize_);
 }
 
-yc_PelRoot* ycDiscretePelRootPool::newPelRoot(std::int32_t width, std::int32_t height, const std::type_info* pelType)
+bool ycDiscretePelRootPool::takeSlot(std::int32_t width, std::int32_t height, const std::type_info& pelType,
+                                     yc_PelSlot& slot)
 {
-    ymAssert(pelType != nullptr && width >= 1 && height >= 1);
-    if (!pelType || width < 1 || height < 1) return nullptr;
-    const PelLayout layout = singleArrayLayout(*pelType);
-    if (layout.size != static_cast<std::size_t>(pelSize_)) return nullptr;
-    if (std::int64_t{width} * height > std::int64_t{width_} * height_) return nullptr;
-
-    std::size_t index = arrays_.size();
-    {
-        std::lock_guard<std::mutex> guard(lock_);
-        for (std::size_t i = 0; i < arrays_.size(); ++i) {
-            if (!inUse_[i] && reinterpret_cast<std::uintptr_t>(arrays_[i]) % layout.align == 0) {
-                inUse_[i] = true;
-                index = i;
-                break;
-            }
+    const PelLayout layout = singleArrayLayout(pelType);
+    if (layout.size != static_cast<std::size_t>(pelSize_)) return false;
+    if (std::int64_t{width} * height > std::int64_t{width_} * height_) return false;
+    std::lock_guard<std::mutex> guard(lock_);
+    for (std::size_t i = 0; i < arrays_.size(); ++i) {
+        if (!inUse_[i] && reinterpret_cast<std::uintptr_t>(arrays_[i]) % layout.align == 0) {
+            inUse_[i] = true;
+            slot = {arrays_[i], 1};
+            return true;
         }
     }
-    if (index == arrays_.size()) return nullptr;
-    const yc_PelSlot slot{arrays_[index], 1};
-    yc_PelRoot* root = nullptr;
-    try {
-        root = wrapPels(*pelType, slot.address, width, height);
-    } catch (...) {
-        freeSlot(slot);
-        throw;
-    }
-    adopt(*root, slot);
-    return root;
+    return false;
 }
 
 std::size_t ycDiscretePelRootPool::size() const

@@ -7,13 +7,20 @@
 // and loads like any root.
 //
 //     ycPtrHandle<ycPelRootPool> pool = yfDefaultPelRootPool();
-//     ycPtrHandle<ycPelRoot<unsigned char>> root(pool->newRoot<unsigned char>(640, 480));
+//     ycPtrHandle<ycPelRoot<unsigned char>> root = pool->newRoot<unsigned char>(640, 480);
 //     if (!root) ... // no room left
 //
-// Pools are counted objects: make them with new and hold them by
-// ycPtrHandle. Every root out holds a share of its pool, so a pool outlives
-// the roots it made. A pool may be used from many threads; roots may go back
-// from any thread.
+// Pools are counted objects that live on the heap: make one with
+// yfMakeHandle<ycBasicPelRootPool>(size, granule) (or new, straight into a
+// ycPtrHandle). Every root out holds a share of its pool, so a pool outlives
+// the roots it made; a pool that no handle holds (one on the stack) hands out
+// no roots: the request is an assertion and null, and nothing is deleted.
+// Its own granule calls (allocPels, freePels) need no handle. A pool may be
+// used from many threads; roots may go back from any thread.
+//
+// A derived pool supplies memory only: takeSlot reserves it for a request and
+// freeSlot takes it back; the base makes the root over it, and the root gives
+// its slot back when it goes.
 //
 // newRoot<T> throws NotSupported for a pel type the pool does not make, and
 // returns null when no memory is free for the request. Resizing a pool while
@@ -73,17 +80,21 @@ public:
     ycPelRootPool(const ycPelRootPool&) = delete;
     ycPelRootPool& operator=(const ycPelRootPool&) = delete;
 
-    // A new root without shares, or null when no memory is free for it.
+    // A new root, or null when no memory is free for it.
     template <ycPelType T>
-    ycPelRoot<T>* newRoot(std::int32_t width, std::int32_t height)
+    ycPtrHandle<ycPelRoot<T>> newRoot(std::int32_t width, std::int32_t height)
     {
         if (!makes(typeid(T))) throw NotSupported();
-        return static_cast<ycPelRoot<T>*>(newPelRoot(width, height, &typeid(T)));
+        if constexpr (yc_SingleArrayPelType<T>) {
+            yc_PooledPels pels = lend(width, height, typeid(T));
+            if (pels.pool()) return ycPtrHandle<ycPelRoot<T>>(new ycPelRoot<T>(width, height, std::move(pels)));
+        }
+        return {};
     }
 
     // The same for a pel type known at run time; null also for a type the
     // pool does not make.
-    virtual yc_PelRoot* newPelRoot(std::int32_t width, std::int32_t height, const std::type_info* pelType) = 0;
+    ycPtrHandle<yc_PelRoot> newPelRoot(std::int32_t width, std::int32_t height, const std::type_info* pelType);
     virtual bool makes(const std::type_info& pelType) const = 0;
     // Bytes the pool manages.
     virtual std::size_t size() const = 0;
@@ -99,13 +110,19 @@ protected:
     virtual void notifyRelease(yc_PelRoot*) {}
     // Destroys the root; its destructor gives the slot back.
     virtual void deletePelRoot(yc_SlottedPelRoot* root);
+    // Reserves memory for width x height pels of `pelType`, a type the pool
+    // makes; false when none is free.
+    virtual bool takeSlot(std::int32_t width, std::int32_t height, const std::type_info& pelType,
+                          yc_PelSlot& slot) = 0;
     virtual void freeSlot(const yc_PelSlot& slot) noexcept = 0;
-    // Makes `root`, new over the pels of `slot`, one of this pool's roots.
-    void adopt(yc_PelRoot& root, const yc_PelSlot& slot) noexcept;
 
 private:
-    friend class yc_PelRoot;
+    friend class yc_PooledPels;
     friend void yfDestroyPelRoot(const yc_PelRoot* root);
+
+    // Pels for a new root, with a share of this pool; none when the request
+    // cannot be served.
+    yc_PooledPels lend(std::int32_t width, std::int32_t height, const std::type_info& pelType);
 };
 
 class TLVSTD_API ycBasicPelRootPool : public ycPelRootPool {
@@ -122,7 +139,6 @@ public:
     ycBasicPelRootPool(std::size_t size, std::size_t granule);
     ~ycBasicPelRootPool() override;
 
-    yc_PelRoot* newPelRoot(std::int32_t width, std::int32_t height, const std::type_info* pelType) override;
     bool makes(const std::type_info& pelType) const override;
     std::size_t size() const override;
     // Gives the memory back and takes `bytes` (rounded up to granules; 0 for
@@ -140,6 +156,7 @@ public:
 protected:
     virtual void* allocMem(std::size_t bytes);
     virtual void freeMem(void* block);
+    bool takeSlot(std::int32_t width, std::int32_t height, const std::type_info& pelType, yc_PelSlot& slot) override;
     void freeSlot(const yc_PelSlot& slot) noexcept override;
     // Warns when granules are out and gives the memory back. A derived pool
     // with its own freeMem calls this from its destructor.
@@ -193,7 +210,6 @@ public:
                           std::int32_t height);
     ~ycDiscretePelRootPool() override;
 
-    yc_PelRoot* newPelRoot(std::int32_t width, std::int32_t height, const std::type_info* pelType) override;
     bool makes(const std::type_info& pelType) const override;
     std::size_t size() const override;
     // The arrays are the caller's: asking for another size is an assertion.
@@ -205,6 +221,7 @@ public:
     std::int32_t height() const { return height_; }
 
 protected:
+    bool takeSlot(std::int32_t width, std::int32_t height, const std::type_info& pelType, yc_PelSlot& slot) override;
     void freeSlot(const yc_PelSlot& slot) noexcept override;
 
 private:

@@ -237,7 +237,7 @@ TEST(PelBuffer, BindUnboundAndDisconnect)
 
     // A pooled root goes back to its pool when its owner lets go.
     ycPtrHandle<ycBasicPelRootPool> pool(new ycBasicPelRootPool(4096, 64));
-    Buf pooled(ycPtrHandle<ycPelRoot<unsigned char>>(pool->newRoot<unsigned char>(10, 10)));
+    Buf pooled(pool->newRoot<unsigned char>(10, 10));
     auto fromPool = pooled.disconnectRoot();
     EXPECT_GT(pool->granulesOut(), 0u);
     fromPool.reset();

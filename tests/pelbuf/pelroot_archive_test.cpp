@@ -166,6 +166,30 @@ TYPED_TEST(PelRootArchiveTyped, RoundTripsInBothOrders)
     }
 }
 
+// A load that fails leaves the root it loads into as it was: geometry, pels
+// and who owns them.
+TEST(PelRootArchive, AFailedLoadLeavesTheRootAsItWas)
+{
+    ycPtrHandle<ycPelRoot<short>> source = yfMakeHandle<ycPelRoot<short>>(3, 2, 4);
+    const Bytes whole = storedBody(kBig, [&](ycArchive& ar) { ar << *source; });
+    const Bytes cut(whole.begin(), whole.end() - 3);
+    alignas(16) short caller[8] = {1, 2, 3, 4, 5, 6, 7, 8};
+    ycPelRoot<short> owned(2, 2, 8), wrapped(2, 4, caller, 4);
+    owned.pelsFromVect(ycPelRect(0, 0, 2, 2), {9, 8, 7, 6});
+    for (ycPelRoot<short>* root : {&owned, &wrapped}) {
+        const short* pels = root->pels();
+        const std::int32_t width = root->width(), rowUpdate = root->rowUpdate();
+        const bool owns = root->ownsPels();
+        std::vector<short> before, after;
+        root->pelsToVect(ycPelRect(0, 0, width, root->height()), before);
+        EXPECT_THROW(load(kBig, cut, *root), ycArchive::Eof);
+        root->pelsToVect(ycPelRect(0, 0, width, root->height()), after);
+        EXPECT_TRUE(root->pels() == pels && root->width() == width && root->rowUpdate() == rowUpdate);
+        EXPECT_EQ(root->ownsPels(), owns);
+        EXPECT_EQ(after, before);
+    }
+}
+
 // Loading into an existing root replaces its pels (never freeing wrapped
 // memory); handles to one root share one root again.
 TEST(PelRootArchive, LoadingIntoRootsAndHandles)

@@ -12,6 +12,7 @@
 #include <random>
 
 #include <atomic>
+#include <functional>
 #include <cstdint>
 #include <thread>
 #include <vector>
@@ -166,7 +167,7 @@ TEST(PelRoot, WrappedMemoryAndPackages)
     }
     EXPECT_EQ(pels[10], 7);
     {
-        ycPtrHandle<ycPelBlockPackage> package(new ycPelBlockPackage(5, 3, 2, 8, 3));
+        ycPtrHandle<ycPelBlockPackage> package = ycPelBlockPackage::make(5, 3, 2, 8, 3);
         EXPECT_EQ(package->rowUpdate(), 8);
         EXPECT_GE(package->byteSize(), 8u * 3 * 2 + 3);
         ycPtrHandle<ycPelRoot<short>> root(new ycPelRoot<short>(*package));
@@ -178,9 +179,83 @@ TEST(PelRoot, WrappedMemoryAndPackages)
         EXPECT_EQ(root->pels()[20], -3);
     }
     EXPECT_EQ(ysys_memory_outstanding(), before);
-    ycPtrHandle<ycPelBlockPackage> bytes(new ycPelBlockPackage(4, 4, 1, 4));
+    ycPtrHandle<ycPelBlockPackage> bytes = ycPelBlockPackage::make(4, 4, 1, 4);
     EXPECT_THROW(ycPelRoot<float> wrongSize(*bytes), ycAssertFailure);
     EXPECT_EQ(bytes->refCount(), 1);
+}
+
+// A package of the caller's own, with its pels inside the object.
+class LocalPackage : public yc_PelPackage {
+public:
+    std::int32_t width() const override { return 4; }
+    std::int32_t height() const override { return 2; }
+    std::int32_t rowUpdate() const override { return 0; }
+    std::int32_t alignModulus() const override { return 4; }
+    std::size_t pelSize() const override { return 1; }
+    void* supplyPels(yc_PelRoot&) override { return pels; }
+
+    alignas(16) unsigned char pels[8] = {1, 2, 3, 4, 5, 6, 7, 8};
+};
+
+// Only what a handle already holds is shared: a package or a plane on the
+// stack is refused (assertion, root left empty) and never deleted, which
+// AddressSanitizer would report; held by handles, both are shared and freed
+// once, by the last holder.
+TEST(PelRoot, SharesOnlyWhatHandlesHold)
+{
+    LocalPackage onStack;
+    ycPelRoot<yc3PlanePel>::Plane planes[3] = {{3, 3, 4}, {3, 3, 4}, {3, 3, 4}};
+    const std::function<void()> refused[] = {
+        [&] { ycPelRoot<unsigned char> root(onStack); },
+        [&] { ycPtrHandle<ycPelRoot<unsigned char>> root(new ycPelRoot<unsigned char>(onStack)); },
+        [&] { ycPelRoot<yc3PlanePel> root(&planes[0], &planes[1], &planes[2]); },
+    };
+    for (const auto& call : refused) EXPECT_THROW(call(), ycAssertFailure);
+    {
+        ycAssertHandlerScope scope(&yfCountingAssertHandler);
+        ycPtrHandle<ycPelRoot<unsigned char>> root(new ycPelRoot<unsigned char>(onStack));
+        ycPtrHandle<ycPelRoot<yc3PlanePel>> colour(new ycPelRoot<yc3PlanePel>(&planes[0], &planes[1], &planes[2]));
+        EXPECT_TRUE(root->width() == 0 && root->package() == nullptr && colour->plane0() == nullptr);
+    }
+    EXPECT_EQ(onStack.refCount(), 0);
+    EXPECT_EQ(planes[0].refCount(), 0);
+    EXPECT_EQ(onStack.pels[7], 8);
+
+    const std::int64_t before = ysys_memory_outstanding();
+    {
+        ycPtrHandle<yc_PelPackage> held(new LocalPackage);
+        ycPtrHandle<ycPelRoot<unsigned char>> root(new ycPelRoot<unsigned char>(*held));
+        EXPECT_TRUE(root->rowUpdate() == 4 && root->pels()[5] == 6 && root->package() == held.get());
+        EXPECT_EQ(held->refCount(), 2);
+        root->releasePackage(); // from now on the pels are the caller's, like wrapped ones
+        EXPECT_TRUE(root->package() == nullptr && !root->ownsPels() && root->pels()[5] == 6);
+        EXPECT_EQ(held->refCount(), 1);
+
+        // A package whose only handle is a temporary lives on in the root.
+        ycPelRoot<short> fromTemporary(*ycPelBlockPackage::make(3, 2, 2, 8));
+        EXPECT_EQ(fromTemporary.package()->refCount(), 1);
+        fromTemporary.pels()[4 + 2] = -9;
+        EXPECT_EQ(fromTemporary.pels()[6], -9);
+    }
+    EXPECT_EQ(ysys_memory_outstanding(), before);
+}
+
+// The only share of a root becomes its owner, at count 0; a shared root
+// stays with its handles.
+TEST(PelRoot, DisconnectHandsOverTheOnlyShare)
+{
+    ycPtrHandle<ycPelRoot<float>> root = yfMakeHandle<ycPelRoot<float>>(3, 3, 4);
+    ycPtrHandle<ycPelRoot<float>> other = root;
+    EXPECT_THROW(yfDisconnectPelRoot(root), ycAssertFailure);
+    EXPECT_TRUE(root && root->refCount() == 2);
+    other.reset();
+    ycPelRoot<float>* const raw = root.get();
+    ycPelRootOwner<ycPelRoot<float>> owner = yfDisconnectPelRoot(root);
+    EXPECT_TRUE(owner.get() == raw && !root && owner->refCount() == 0);
+    ycPtrHandle<ycPelRoot<float>> again(owner.release()); // its only share: freed once (ASan watches)
+    EXPECT_EQ(again->refCount(), 1);
+    ycPtrHandle<ycPelRoot<float>> none;
+    EXPECT_THROW(yfDisconnectPelRoot(none), ycAssertFailure);
 }
 
 TEST(PelRoot, PreconditionsAreAssertions)

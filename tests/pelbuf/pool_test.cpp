@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <map>
 #include <random>
 #include <string>
@@ -196,9 +197,9 @@ TEST(BasicPool, RequestsItCannotServe)
     ycPtrHandle<ycPelRootPool> pool(new ycBasicPelRootPool(1000, 24));
     EXPECT_THROW(pool->newRoot<float>(2, 2), ycPelRootPool::NotSupported);
     EXPECT_THROW(pool->newRoot<yc3PlanePel>(2, 2), ycPelRootPool::NotSupported);
-    EXPECT_EQ(pool->newPelRoot(2, 2, &typeid(double)), nullptr);
-    EXPECT_EQ(pool->newRoot<unsigned char>(100, 11), nullptr); // no room
-    EXPECT_EQ(pool->newRoot<ycPackedRGB32Pel>(0x7FFFFFFF, 0x7FFFFFFF), nullptr);
+    EXPECT_FALSE(pool->newPelRoot(2, 2, &typeid(double)));
+    EXPECT_FALSE(pool->newRoot<unsigned char>(100, 11)); // no room
+    EXPECT_FALSE(pool->newRoot<ycPackedRGB32Pel>(0x7FFFFFFF, 0x7FFFFFFF));
     EXPECT_THROW(pool->newRoot<unsigned char>(0, 5), ycAssertFailure);
 
     // Once every root is back the pool may be resized.
@@ -206,6 +207,47 @@ TEST(BasicPool, RequestsItCannotServe)
     pool->size(5000);
     EXPECT_EQ(pool->size(), 5016u);
     EXPECT_TRUE(ycPtrHandle<ycPelRoot<unsigned char>>(pool->newRoot<unsigned char>(100, 11)));
+}
+
+// Roots share their pool, so a pool no handle holds (on the stack, or a
+// temporary) lends nothing: an assertion, null, no granule out, and the pool
+// is never deleted (AddressSanitizer would report it). Its granule calls need
+// no handle. A pool whose only handle was a temporary lives on in its root.
+TEST(BasicPool, APoolNoHandleHoldsLendsNothing)
+{
+    alignas(8) static short arrays[2][4];
+    const std::vector<void*> list = {arrays[0], arrays[1]};
+    ycBasicPelRootPool basic(1000, 24);
+    ycDiscretePelRootPool discrete(2, list, 2, 2);
+    const std::function<bool()> requests[] = {
+        [&] { return bool(basic.newRoot<unsigned char>(4, 4)); },
+        [&] { return bool(basic.newPelRoot(4, 4, &typeid(ycPackedRGB32Pel))); },
+        [&] { return bool(discrete.newRoot<short>(2, 2)); },
+        [&] { return bool(ycBasicPelRootPool(1000, 24).newRoot<unsigned char>(4, 4)); },
+    };
+    for (const auto& request : requests) EXPECT_THROW(request(), ycAssertFailure);
+    {
+        ycAssertHandlerScope scope(&yfCountingAssertHandler);
+        for (const auto& request : requests) EXPECT_FALSE(request());
+    }
+    EXPECT_TRUE(basic.refCount() == 0 && discrete.refCount() == 0);
+    EXPECT_EQ(basic.granulesOut(), 0u);
+    yc_PelSlot slot;
+    ASSERT_TRUE(basic.allocPels(100, slot));
+    basic.freePels(slot);
+    EXPECT_EQ(basic.freeList(), (Blocks{{0, 42}}));
+
+    ycPtrHandle<ycPelRoot<ycPackedRGB16Pel>> root =
+        yfMakeHandle<ycBasicPelRootPool>(1000, 24)->newRoot<ycPackedRGB16Pel>(3, 4);
+    ASSERT_TRUE(root);
+    EXPECT_EQ(root->pool()->refCount(), 1);
+    EXPECT_EQ(static_cast<ycBasicPelRootPool*>(root->pool())->granulesOut(), 1u);
+    root->pels()[11] = ycPackedRGB16Pel(7);
+    ycPtrHandle<yc_PelRoot> runtime = root->pool()->newPelRoot(2, 2, &typeid(unsigned char));
+    ASSERT_TRUE(runtime);
+    EXPECT_EQ(typeid(*runtime), typeid(ycPelRoot<unsigned char>));
+    root.reset(); // the pool's last share goes with its last root, after the slot is back
+    runtime.reset();
 }
 
 TEST(BasicPool, ManyThreadsTakeAndReturn)
@@ -261,7 +303,7 @@ TEST(DiscretePool, HandsOutTheCallersArrays)
     EXPECT_EQ(static_cast<ycDiscretePelRootPool*>(pool.get())->pelArrays(), list);
     EXPECT_EQ(pool->size(), 3u * 2 * 6 * 4);
     EXPECT_THROW(pool->newRoot<float>(6, 4), ycPelRootPool::NotSupported);
-    EXPECT_EQ(pool->newRoot<short>(7, 4), nullptr); // more pels than an array holds
+    EXPECT_FALSE(pool->newRoot<short>(7, 4)); // more pels than an array holds
     {
         ycPtrHandle<ycPelRoot<short>> a(pool->newRoot<short>(6, 4));
         ycPtrHandle<ycPelRoot<ycPackedRGB16Pel>> b(pool->newRoot<ycPackedRGB16Pel>(3, 8));
@@ -269,7 +311,7 @@ TEST(DiscretePool, HandsOutTheCallersArrays)
         ASSERT_TRUE(a && b && c);
         EXPECT_EQ(static_cast<void*>(a->pels()), arrays[0]);
         EXPECT_EQ(static_cast<void*>(b->pels()), arrays[1]);
-        EXPECT_EQ(pool->newRoot<short>(1, 1), nullptr); // all out
+        EXPECT_FALSE(pool->newRoot<short>(1, 1)); // all out
         a.reset();
         ycPtrHandle<ycPelRoot<short>> d(pool->newRoot<short>(1, 1));
         ASSERT_TRUE(d);
