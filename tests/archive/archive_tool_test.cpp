@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 
 #ifndef _WIN32
@@ -16,21 +15,11 @@
 
 namespace {
 
-namespace fs = std::filesystem;
-
-// Built beside the tests' folder.
-fs::path inspector()
-{
-    for (const char* name : {"tlvstd-archive", "tlvstd-archive.exe"}) {
-        fs::path candidate = fs::current_path().parent_path() / name;
-        if (fs::exists(candidate)) return candidate;
-    }
-    return {};
-}
+// The build passes the path of the tool it makes beside this test.
+const std::string kInspector = TLVSTD_ARCHIVE_TOOL;
 
 TEST(Inspector, ListsAndShowsGoodArchivesRefusesBadOnesInOneLine)
 {
-    ASSERT_FALSE(inspector().empty()) << "tlvstd-archive is not built beside " << fs::current_path();
     const std::string dir = testOutputDir();
     const std::string good = dir + "/inspect-good.arc", plain = dir + "/inspect-plain.arc",
                       text = dir + "/inspect-text.arc", cut = dir + "/inspect-cut.arc";
@@ -64,7 +53,7 @@ TEST(Inspector, ListsAndShowsGoodArchivesRefusesBadOnesInOneLine)
     };
     const std::string outPath = dir + "/inspector.out", errPath = dir + "/inspector.err";
     for (const Row& row : rows) {
-        int status = std::system(("\"" + inspector().string() + "\" " + row.args + " >\"" + outPath + "\" 2>\"" +
+        int status = std::system(("\"" + kInspector + "\" " + row.args + " >\"" + outPath + "\" 2>\"" +
                                   errPath + "\"").c_str());
 #ifndef _WIN32
         status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;

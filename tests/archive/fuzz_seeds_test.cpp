@@ -1,7 +1,8 @@
 // The archive fuzz target's seed corpus: made here from real archives, run
 // through the fuzz harness cut at every length and with every byte changed,
-// and kept equal to the committed copy in fuzz/seeds/fuzz_archive
-// (TLVSTD_WRITE_SEEDS=1 rewrites it). Every input committed there, including
+// and kept equal to the committed copy in fuzz/seeds/fuzz_archive. The test
+// writes what it makes under its output folder, and `./dev.sh seeds` copies
+// that over the committed corpus. Every input committed there, including
 // those that once found faults, must end in an archive error.
 #include "../support/bytes.h"
 #include "fuzz/archive_harness.h"
@@ -16,7 +17,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -117,18 +117,18 @@ TEST(FuzzSeeds, CommittedCorpusIsCurrent)
 {
     namespace fs = std::filesystem;
     const fs::path dir = fs::path(__FILE__).parent_path().parent_path().parent_path() / "fuzz/seeds/fuzz_archive";
+    const fs::path made = fs::path(testOutputDir()) / "seeds/fuzz_archive";
     const auto seeds = makeSeeds();
-    if (std::getenv("TLVSTD_WRITE_SEEDS")) {
-        fs::create_directories(dir);
-        for (const auto& [name, bytes] : seeds) std::ofstream(dir / name, std::ios::binary) << bytes;
-    }
+    fs::remove_all(made);
+    fs::create_directories(made);
+    for (const auto& [name, bytes] : seeds) std::ofstream(made / name, std::ios::binary) << bytes;
     if (!fs::is_directory(dir)) GTEST_SKIP() << "no source tree at " << dir;
     // Besides the seeds made here, the corpus keeps inputs that once found faults.
     ycDebugCapture quiet;
     for (const auto& entry : fs::directory_iterator(dir)) {
         const std::string bytes = fileBytes(entry.path()), name = entry.path().filename().string();
         if (seeds.count(name)) {
-            EXPECT_EQ(bytes, seeds.at(name)) << name << ": rewrite with TLVSTD_WRITE_SEEDS=1";
+            EXPECT_EQ(bytes, seeds.at(name)) << name << ": refresh with ./dev.sh seeds";
         }
         EXPECT_NO_THROW(run(bytes)) << name;
     }

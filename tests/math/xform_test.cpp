@@ -13,13 +13,11 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cmath>
 #include <functional>
 #include <limits>
 #include <random>
 #include <string>
-#include <thread>
 #include <typeinfo>
 #include <vector>
 
@@ -409,27 +407,6 @@ TEST(XformAllocation, SitesAreRecordedAndFailedConstructionFreesTheBlock)
     fromRegistry.reset();
     made = nullptr;
     EXPECT_EQ(ysys_memory_outstanding(), before);
-}
-
-// Sharing must end with the exact count: a lost decrement leaks, an extra one
-// frees the transform early (the sanitizers watch both).
-TEST(XformSharing, ManyThreadsCopyAndDropHandlesToOneTransform)
-{
-    ycPtrHandle_const<yc2XformBase> shared(new yc2XformLinear(ycMatrix<2>(), ycVector<2>(1, 0)));
-    std::atomic<bool> mapped{true};
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 8; ++t) {
-        threads.emplace_back([&shared, &mapped] {
-            for (int i = 0; i < 20000; ++i) {
-                ycPtrHandle_const<yc2XformBase> copy = shared;
-                yc2XformComposed seq(*copy, *copy, false, false); // two more shares
-                if (seq.mapPoint(ycVector<2>()) != ycVector<2>(2, 0)) mapped = false;
-            }
-        });
-    }
-    for (auto& t : threads) t.join();
-    EXPECT_TRUE(mapped);
-    EXPECT_EQ(shared->refCount(), 1);
 }
 
 } // namespace

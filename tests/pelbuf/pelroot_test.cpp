@@ -1,5 +1,5 @@
 // Pel roots: geometry, alignment, the kinds of storage, copies, the
-// preconditions, and the count under many threads.
+// preconditions.
 #include "pelvalues.h"
 
 #include "core/ycore.h"
@@ -11,10 +11,8 @@
 
 #include <random>
 
-#include <atomic>
 #include <functional>
 #include <cstdint>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -314,46 +312,4 @@ TEST(PelRoot, ThreePlanesShareOneGeometry)
     EXPECT_EQ(a->refCount(), 1);
     EXPECT_THROW(ycPelRoot<yc3PlanePel>(a.get(), b.get(), odd.get()), ycAssertFailure);
 }
-
-// The count under contention: the root must end with the exact count and die
-// exactly once.
-std::atomic<int> gRootsDestroyed{0};
-
-class WatchedRoot : public ycPelRoot<unsigned char> {
-public:
-    WatchedRoot() : ycPelRoot<unsigned char>(64, 64, 32) {}
-    ~WatchedRoot() override { ++gRootsDestroyed; }
-};
-
-TEST(PelRoot, ManyThreadsOneRoot)
-{
-    gRootsDestroyed = 0;
-    ycPtrHandle<ycPelRoot<unsigned char>> root(new WatchedRoot);
-    std::atomic<bool> go{false};
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 8; ++t) {
-        threads.emplace_back([&root, &go] {
-            while (!go) std::this_thread::yield();
-            for (int i = 0; i < 20000; ++i) {
-                ycPtrHandle<ycPelRoot<unsigned char>> copy = root;
-                ycPtrHandle<yc_PelRoot> base(copy);
-                yc_PelRoot::refInc(copy.get());
-                yfRelease(copy.get());
-            }
-        });
-    }
-    go = true;
-    for (auto& t : threads) t.join();
-    EXPECT_EQ(root->refCount(), 1);
-    EXPECT_EQ(gRootsDestroyed, 0);
-
-    // The last of many handles dropped on many threads destroys it once.
-    std::vector<ycPtrHandle<ycPelRoot<unsigned char>>> shares(threads.size(), root);
-    root.reset();
-    threads.clear();
-    for (auto& share : shares) threads.emplace_back([&share] { share.reset(); });
-    for (auto& t : threads) t.join();
-    EXPECT_EQ(gRootsDestroyed, 1);
-}
-
 } // namespace

@@ -14,7 +14,6 @@
 #include <map>
 #include <random>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -248,29 +247,6 @@ TEST(BasicPool, APoolNoHandleHoldsLendsNothing)
     EXPECT_EQ(typeid(*runtime), typeid(ycPelRoot<unsigned char>));
     root.reset(); // the pool's last share goes with its last root, after the slot is back
     runtime.reset();
-}
-
-TEST(BasicPool, ManyThreadsTakeAndReturn)
-{
-    ycPtrHandle<ycPelRootPool> pool(new ycBasicPelRootPool(1 << 20, 64));
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 6; ++t) {
-        threads.emplace_back([pool, t] {
-            std::vector<ycPtrHandle<ycPelRoot<unsigned char>>> held;
-            for (int i = 0; i < 2000; ++i) {
-                ycPtrHandle<ycPelRoot<unsigned char>> root(pool->newRoot<unsigned char>(16 + (i + t) % 50, 8));
-                if (root) {
-                    root->pels()[0] = static_cast<unsigned char>(t);
-                    held.push_back(root);
-                }
-                if (held.size() > 20) held.erase(held.begin(), held.begin() + 10);
-            }
-        });
-    }
-    for (auto& t : threads) t.join();
-    auto* basic = static_cast<ycBasicPelRootPool*>(pool.get());
-    EXPECT_EQ(basic->granulesOut(), 0u);
-    EXPECT_EQ(basic->freeList(), (Blocks{{0, (1 << 20) / 64}}));
 }
 
 TEST(DefaultPool, ProcessPoolOfSixteenMegabytes)

@@ -1,4 +1,4 @@
-// Counted handles: sharing, conversions, many threads, and reloading shared
+// Counted handles: sharing, conversions, and reloading shared
 // objects from an archive.
 #include "../support/bytes.h"
 
@@ -9,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -65,27 +64,6 @@ TEST(Handles, SharesAndConversions)
         EXPECT_EQ(gDestroyed, 1);
     }
     EXPECT_EQ(gDestroyed, 2);
-}
-
-TEST(Handles, ManyThreadsOneObject)
-{
-    gDestroyed = 0;
-    {
-        ycPtrHandle<Counted> shared = yfMakeHandle<Counted>();
-        std::vector<std::thread> threads;
-        for (int t = 0; t < 8; ++t) {
-            threads.emplace_back([shared] {
-                for (int i = 0; i < 20000; ++i) {
-                    ycPtrHandle<Counted> copy = shared;
-                    ycPtrHandle_const<Counted> other(copy);
-                }
-            });
-        }
-        for (auto& t : threads) t.join();
-        EXPECT_EQ(shared->refCount(), 1);
-        EXPECT_EQ(gDestroyed, 0);
-    }
-    EXPECT_EQ(gDestroyed, 1);
 }
 
 TEST(Handles, ReloadedReferencesShareOneObject)
