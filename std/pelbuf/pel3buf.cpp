@@ -25,8 +25,8 @@ typename yc_3PlanePelBufferOf<Base>::PlaneBuffer yc_3PlanePelBufferOf<Base>::pla
 {
     const Planes* planes = this->root();
     if (!planes) throw ycPel::UnboundWindow();
-    Planes::Plane* const each[] = {planes->plane0(), planes->plane1(), planes->plane2()};
-    PlaneBuffer view(ycPtrHandle<Planes::Plane>(each[i]));
+    typename Planes::Plane* const each[] = {planes->plane0(), planes->plane1(), planes->plane2()};
+    PlaneBuffer view{ycPtrHandle<typename Planes::Plane>(each[i])};
     view.windowRoot(this->windowRoot());
     view.offset(this->offset());
     view.copyXforms(*this);
