@@ -79,7 +79,10 @@
 // write access, which marks the buffer and its root, so archives that hold
 // either write them again. What is written through such a pointer later is
 // not watched: take the pointer after the last store, or call mutating()
-// again. The read-only forms mark nothing.
+// again. The read-only forms mark nothing. A write made elsewhere (through
+// another buffer, or into the root) marks the root but not this buffer: a
+// whole store (<<) writes the new pels, while storeObject, which refers back
+// to a buffer it holds unchanged, needs this buffer's mutating() first.
 //
 // A buffer views its root (pelroot.h, "Loading under views"): while it lives
 // a load into that root must keep the root's geometry.
