@@ -40,9 +40,10 @@ ycPersistent::~ycPersistent()
 
 void ycPersistent::mutating() noexcept
 {
-    if (!stored_) return;
+    // One relaxed load when nothing is stored; the exchange lets one of many
+    // concurrent writers do the forgetting.
+    if (!stored_.load(std::memory_order_relaxed) || !stored_.exchange(false)) return;
     yc_ArchiveObjects::forget(this, false);
-    stored_ = false;
 }
 
 bool ycPersistent::haveVisited(const void* address, std::size_t size)

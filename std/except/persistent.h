@@ -39,6 +39,7 @@
 
 #include "std/config.h"
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -77,7 +78,7 @@ public:
     // Reads one object record and returns the new object it describes.
     static std::unique_ptr<ycPersistent> readObject(ycArchive& ar);
 
-    bool isStored() const { return stored_; }
+    bool isStored() const { return stored_.load(std::memory_order_acquire); }
 
 protected:
     ycPersistent() = default;
@@ -120,8 +121,10 @@ private:
     // The body transfer of one whole object, with a visited set of its own.
     void serialize(ycArchive& ar, bool reInitFirst);
 
-    bool stored_ = false; // known to an archive as written
-    bool loaded_ = false; // known to an archive as loaded
+    // Atomic: threads that write disjoint pels of one stored image all call
+    // mutating(), and only one of them may tell the archives.
+    std::atomic<bool> stored_{false}; // known to an archive as written
+    std::atomic<bool> loaded_{false}; // known to an archive as loaded
 };
 
 #endif

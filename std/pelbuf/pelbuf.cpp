@@ -187,7 +187,7 @@ void yc_PelBuffer::assignRoot(ycPtrHandle<yc_PelRoot> h)
         p.window = ycPelRect(0, 0, h->width(), h->height());
         p.offset = imagePoint(std::int64_t{offset_.x()} - window_.x(), std::int64_t{offset_.y()} - window_.y());
     }
-    root_ = std::move(h);
+    root_ = ycPelRootView<yc_PelRoot>(std::move(h));
     commit(p);
 }
 
@@ -206,8 +206,10 @@ bool yc_PelBuffer::bind(const yc_PelBuffer& other, bool clip)
 yc_PelRoot* yc_PelBuffer::disconnect()
 {
     needRoot();
-    ycPelRootOwner<yc_PelRoot> owner = yfDisconnectPelRoot(root_);
-    if (!owner) return nullptr;
+    // Checked while the buffer still holds the root, so a refusal keeps it.
+    if (!yc_PelRoot::soleLocalShare(root_.get())) return nullptr;
+    ycPtrHandle<yc_PelRoot> handle = root_.release();
+    ycPelRootOwner<yc_PelRoot> owner = yfDisconnectPelRoot(handle);
     ycPersistent::mutating();
     return owner.release();
 }
@@ -296,6 +298,7 @@ void yc_PelBuffer::copyXforms(const yc2XformCache& cache)
 
 void yc_PelBuffer::mutating()
 {
+    ycPersistent::mutating();
     if (root_) root_->mutating();
 }
 
@@ -330,7 +333,7 @@ void yc_PelBuffer::serializationGivenVersionNumber(ycArchive& ar, std::uint8_t v
         ycPelRect w = window_;
         std::int32_t ox = offset_.x();
         std::int32_t oy = offset_.y();
-        ycPtrHandle<yc_PelRoot> root = root_ && root_->isLocal() ? root_ : nullptr;
+        ycPtrHandle<yc_PelRoot> root = root_ && root_->isLocal() ? root_.handle() : nullptr;
         ar || w || ox || oy || cache_;
         yfSerializeHandle(ar, root);
         return;
@@ -368,7 +371,7 @@ void yc_PelBuffer::serializationGivenVersionNumber(ycArchive& ar, std::uint8_t v
     window_ = w;
     offset_ = off;
     cache_ = cache;
-    root_ = std::move(root);
+    root_ = ycPelRootView<yc_PelRoot>(std::move(root));
 }
 
 // --- ycPelBuffer_const<T> -----------------------------------------------------

@@ -72,8 +72,20 @@
 // buffers can be keys of ordered containers and two keys are equivalent
 // exactly when they are ==.
 //
-// The writable view calls mutating() before handing out a writable pointer:
-// the root hears of the change and archives that hold it write it again.
+// Changes. Window, offset, transform and root are the buffer's own state;
+// its pels are the root's. Writing pels through a buffer changes both: put,
+// copyFromBuffer and every writable pointer (pointToRow, pointToPel,
+// pointToOffset of a writable buffer) call mutating() when they hand out
+// write access, which marks the buffer and its root, so archives that hold
+// either write them again. What is written through such a pointer later is
+// not watched: take the pointer after the last store, or call mutating()
+// again. The read-only forms mark nothing. A write made elsewhere (through
+// another buffer, or into the root) marks the root but not this buffer: a
+// whole store (<<) writes the new pels, while storeObject, which refers back
+// to a buffer it holds unchanged, needs this buffer's mutating() first.
+//
+// A buffer views its root (pelroot.h, "Loading under views"): while it lives
+// a load into that root must keep the root's geometry.
 //
 // Archive form (a persistent object; canonical names "ycPelBuffer<T>" and
 // "ycPelBuffer_const<T>" with T spelt as in peltypes.h): version bytes 03
@@ -226,7 +238,8 @@ public:
     void copyXforms(const yc2XformCache& cache);
     const yc2XformCache& xformCache() const { return cache_; }
 
-    // Tells the root (when bound) that its pels are about to change.
+    // Marks this buffer and its root (when bound) as changed: their pels are
+    // about to be written.
     void mutating();
     // Throws ycInvariantFailure when the window is not a valid rectangle of
     // the root, the transform is missing, or the root's own invariant fails.
@@ -267,7 +280,7 @@ protected:
     ycPelRect window_;
     ycPair<std::int32_t> offset_;
     yc2XformCache cache_;
-    ycPtrHandle<yc_PelRoot> root_;
+    ycPelRootView<yc_PelRoot> root_;
 
 private:
     // The window that (x, y, w, h) in root coordinates of `root` becomes,

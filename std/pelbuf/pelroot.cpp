@@ -473,6 +473,16 @@ int yc_PelRoot::transferFlags(ycArchive& ar)
     return ((flags & 2) != 0 ? 1 : 0) + ((flags & 4) != 0 ? 1 : 0);
 }
 
+void yc_PelRoot::keepViewedGeometry(const StoredGeometry& g, std::size_t pelSize) const
+{
+    if (viewCount() == 0) return;
+    std::int64_t rowUpdate = 0;
+    if (g.width != 0 || g.height != 0) rowUpdate = std::int64_t{g.width} + padPelsNeeded(g.width, pelSize, g.alignModulus);
+    const bool same = g.width == width_ && g.height == height_ && rowUpdate == rowUpdate_ &&
+                      (rowUpdate == 0 || g.alignModulus == alignModulus_);
+    if (!same) throw ycArchive::BadContent(kSourceName, __LINE__);
+}
+
 void yfDestroyPelRoot(const yc_PelRoot* root)
 {
     if (!root) return;
@@ -578,8 +588,10 @@ void yc_TypedPelRoot<T>::load(ycArchive& ar)
         T scratch{};
         ar || scratch;
     }
+    keepViewedGeometry(g, kPlaneBytes);
     if (!any) {
         ycPelRoot<T> empty;
+        mutating();
         self.swapPels(empty);
         return;
     }
@@ -592,12 +604,14 @@ void yc_TypedPelRoot<T>::load(ycArchive& ar)
         ycPelRoot<T> fresh(g.width, g.height, g.alignModulus);
         std::vector<T> scratch;
         for (std::int32_t y = 0; y < g.height; ++y) readRow(ar, fresh.at(0, y), g.width, scratch);
+        mutating();
         self.swapPels(fresh);
     } else {
         std::vector<T> staged = gatherPels<T>(ar, count);
         checkStoredSize(g, kPlaneBytes, planes, bytes, std::nullopt);
         ycPelRoot<T> fresh(g.width, g.height, g.alignModulus);
         fromDense(staged.data(), fresh.at(0, 0), fresh.rowUpdate_, g.width, g.height);
+        mutating();
         self.swapPels(fresh);
     }
 }
@@ -749,7 +763,7 @@ ycPelRoot<yc3PlanePel>::ycPelRoot(Plane* plane0, Plane* plane1, Plane* plane2)
     ymAssert(same(plane1) && same(plane2));
     if (!same(plane1) || !same(plane2)) return;
     setStorage({plane0->width(), plane0->height(), plane0->rowUpdate(), plane0->alignModulus()}, std::monostate{});
-    for (int i = 0; i < 3; ++i) planes_[i] = ycPtrHandle<Plane>(given[i]);
+    for (int i = 0; i < 3; ++i) planes_[i] = ycPelRootView<Plane>(ycPtrHandle<Plane>(given[i]));
 }
 
 ycPelRoot<yc3PlanePel>::~ycPelRoot()
@@ -768,7 +782,7 @@ void ycPelRoot<yc3PlanePel>::makePlanes(std::int32_t width, std::int32_t height,
     ycPtrHandle<Plane> made[3];
     for (int i = 0; i < 3; ++i) made[i] = yfMakeHandle<Plane>(g->width, g->height, g->rowUpdate, p[i], alignModulus);
     setStorage(*g, std::monostate{});
-    for (int i = 0; i < 3; ++i) planes_[i] = std::move(made[i]);
+    for (int i = 0; i < 3; ++i) planes_[i] = ycPelRootView<Plane>(std::move(made[i]));
 }
 
 yc3PlanePelPtr ycPelRoot<yc3PlanePel>::pels() const
@@ -784,7 +798,7 @@ void ycPelRoot<yc3PlanePel>::alloc()
     if (width_ <= 0 || planes_[0]) return;
     ycPtrHandle<Plane> made[3];
     for (auto& plane : made) plane = yfMakeHandle<Plane>(width_, height_, alignModulus_);
-    for (int i = 0; i < 3; ++i) planes_[i] = std::move(made[i]);
+    for (int i = 0; i < 3; ++i) planes_[i] = ycPelRootView<Plane>(std::move(made[i]));
 }
 
 void ycPelRoot<yc3PlanePel>::freeLocalStorage() noexcept

@@ -54,6 +54,23 @@
 // more than 64 times the stored pels plus 64 KiB. A failed load leaves the
 // root as it was. Loading into a root replaces its pels with owned ones.
 //
+// Loading under views. Buffers and three-plane roots view a root through a
+// ycPelRootView, which holds a share and also counts in viewCount(); they
+// rely on its geometry (buffer windows must stay inside it, a three-plane
+// root copies its planes' geometry). A load into a root that something views
+// must keep width, height, row update and alignment, else it is
+// ycArchive::BadContent before any pel is read and the root stays as it was.
+// A root that nothing views (held by plain handles or owners only) may take
+// any stored geometry. Raw pel pointers taken before a load do not survive
+// it: the pels move.
+//
+// Changes. A change of pels is whatever writes them through the library:
+// copy into a root, pelsFromVect, a load in place, and the writable pointers
+// and put of a writable buffer (pelbuf.h). Each calls mutating() first, so
+// archives that hold the root forget it and write it again. pels() is raw
+// access for the library's own loops and marks nothing: a caller who writes
+// through it calls mutating() once before.
+//
 // ycPersistent is an ordinary base, not a virtual one: no class reaches it
 // twice through a root, and archive references to roots cast statically.
 //
@@ -80,6 +97,7 @@
 #include "std/pelbuf/remote.h"
 #include "std/util/handle.h"
 
+#include <atomic>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
@@ -170,6 +188,9 @@ public:
     // True when the root allocated its pels itself.
     bool ownsPels() const;
 
+    // Buffers and three-plane roots that view this root (see above).
+    std::int32_t viewCount() const { return views_.load(std::memory_order_acquire); }
+
     // Throws ycInvariantFailure when the geometry is inconsistent.
     void repInvariant() const;
     // Change notification for archives that hold this root (local roots).
@@ -191,6 +212,8 @@ protected:
         std::int32_t height = 0;
         std::int32_t rowUpdate = 0;
         std::int32_t alignModulus = 0;
+
+        friend bool operator==(const Geometry&, const Geometry&) = default;
     };
 
     yc_PelRoot() = default;
@@ -236,6 +259,8 @@ protected:
                                 std::uint64_t pelBytes, std::optional<std::uint64_t> room);
     // The flags word; tells how many scratch values follow.
     static int transferFlags(ycArchive& ar);
+    // BadContent when a load of `g` would change the geometry under views.
+    void keepViewedGeometry(const StoredGeometry& g, std::size_t pelSize) const;
 
     std::int32_t width_ = 0;
     std::int32_t rowUpdate_ = 0;
@@ -245,7 +270,10 @@ protected:
 private:
     friend class yc_PelBuffer; // reads the row update on every pel access
     friend void yfDestroyPelRoot(const yc_PelRoot* root);
+    template <class R>
+    friend class ycPelRootView;
 
+    mutable std::atomic<std::int32_t> views_{0};
     // Remote roots only: the next count change needs no remote call.
     bool preIncrement_ = false;
     bool preDecrement_ = false;
@@ -261,6 +289,49 @@ struct ycHandleTraits<T> {
     {
         if (yc_PelRoot::refDec(p) == 0) yfDestroyPelRoot(p);
     }
+};
+
+// A view's hold on a root: a share that also counts in viewCount() while it
+// lasts, so that a load keeps the geometry the view relies on.
+template <class R>
+class ycPelRootView {
+public:
+    ycPelRootView() noexcept = default;
+    explicit ycPelRootView(ycPtrHandle<R> root) noexcept : root_(std::move(root)) { enter(); }
+    ycPelRootView(const ycPelRootView& other) noexcept : root_(other.root_) { enter(); }
+    ycPelRootView(ycPelRootView&& other) noexcept : root_(std::move(other.root_)) {}
+    ~ycPelRootView() { leave(); }
+    ycPelRootView& operator=(ycPelRootView other) noexcept
+    {
+        std::swap(root_, other.root_);
+        return *this;
+    }
+
+    // Stops viewing; the share passes to the caller.
+    ycPtrHandle<R> release() noexcept
+    {
+        leave();
+        return std::move(root_);
+    }
+    void reset() noexcept { release(); }
+
+    const ycPtrHandle<R>& handle() const noexcept { return root_; }
+    R* get() const noexcept { return root_.get(); }
+    R* operator->() const noexcept { return root_.get(); }
+    R& operator*() const noexcept { return *root_; }
+    explicit operator bool() const noexcept { return static_cast<bool>(root_); }
+
+private:
+    void enter() noexcept
+    {
+        if (root_) root_->views_.fetch_add(1, std::memory_order_relaxed);
+    }
+    void leave() noexcept
+    {
+        if (root_) root_->views_.fetch_sub(1, std::memory_order_release);
+    }
+
+    ycPtrHandle<R> root_;
 };
 
 // Drops one share of `root`, disposing of it when that was the last.
@@ -417,7 +488,7 @@ private:
                     const yc3PlanePelPtr& pels, std::int32_t alignModulus);
     void swapPels(ycPelRoot& other) noexcept;
 
-    ycPtrHandle<Plane> planes_[3];
+    ycPelRootView<Plane> planes_[3];
 };
 
 #define ym_ExternPelRoot(T) extern template class TLVSTD_API ycPelRoot<T>;

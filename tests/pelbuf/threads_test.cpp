@@ -1,9 +1,12 @@
 // Pel roots and pools used from many threads at once.
+#include "../support/bytes.h"
+#include "std/pelbuf/pelbuf.h"
 #include "std/pelbuf/pool.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <memory>
 #include <thread>
 #include <vector>
 
@@ -73,6 +76,38 @@ TEST(BasicPool, ManyThreadsTakeAndReturn)
     auto* basic = static_cast<ycBasicPelRootPool*>(pool.get());
     EXPECT_EQ(basic->granulesOut(), 0u);
     EXPECT_EQ(basic->freeList(), (Blocks{{0, (1 << 20) / 64}}));
+}
+
+// Threads write separate bands of one image that was stored once, all through
+// the one buffer: each marks the buffer and its root changed, and the next
+// store holds every band.
+TEST(PelBuffer, ThreadsWriteBandsOfAStoredImage)
+{
+    constexpr int kBands = 8, kRows = 4, kWidth = 64;
+    ycPelBuffer<unsigned char> image(kWidth, kBands * kRows);
+    ycMemoryArchive out(ycArchive::littleEndian, true);
+    out.storeObject(&image);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kBands; ++t) {
+        threads.emplace_back([&image, t] {
+            for (int y = t * kRows; y < (t + 1) * kRows; ++y) {
+                unsigned char* row = image.pointToRow(y);
+                for (int x = 0; x < kWidth; ++x) row[x] = static_cast<unsigned char>(t + 1);
+                image.put(0, y, static_cast<unsigned char>(t + 1));
+            }
+        });
+    }
+    for (auto& t : threads) t.join();
+    EXPECT_FALSE(image.isStored());
+    EXPECT_FALSE(image.root()->isStored());
+    out.storeObject(&image);
+
+    LoadArchive in(out);
+    std::unique_ptr<ycPersistent> first = in->loadObject();
+    std::unique_ptr<ycPersistent> again = in->loadObject();
+    auto* loaded = dynamic_cast<ycPelBuffer<unsigned char>*>(again.get());
+    ASSERT_NE(loaded, nullptr);
+    for (int t = 0; t < kBands; ++t) EXPECT_EQ(loaded->get(kWidth - 1, t * kRows), t + 1) << t;
 }
 
 } // namespace
