@@ -4,11 +4,12 @@
 
 #include "std/config.h"
 #include "std/archive/archive.h"
+#include "std/archive/codec.h"
 #include "std/archive/filearchive.h"
-#include "std/archive/index.h"
 #include "std/archive/memarchive.h"
 #include "std/archive/objects.h"
 #include "std/archive/persist.h"
+#include "std/archive/seekable.h"
 #include "std/except/devenv.h"
 #include "std/except/except.h"
 #include "std/except/persistent.h"

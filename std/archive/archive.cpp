@@ -1,42 +1,22 @@
+// The archive's own state (header, direction, the seekable operations'
+// preconditions); everything else forwards to the codec, the seekable layer
+// and the object table.
 #include "std/archive/archive.h"
 
-#include "std/archive/index.h"
 #include "std/archive/objects.h"
+#include "std/archive/seekable.h"
 #include "std/util/assert.h"
 #include "std/util/debug.h"
-#include "std/util/text.h"
-
-#include <array>
-#include <limits>
 
 namespace {
 
 constexpr const char* kSourceName = ycSource::archive;
-constexpr std::size_t kLocalUnits = 64;
-constexpr std::size_t kMaxLength = 32767;
-constexpr unsigned char kQuote = 0x22;
-constexpr std::uint16_t kWideMarker = 0xFEFF;   // bytes FF FE read little-endian
-constexpr std::uint16_t kWideSwapped = 0xFFFE;  // bytes FE FF
-constexpr std::uint32_t kU32Marker = 0x0000FEFF;
-constexpr std::uint32_t kU32Swapped = 0xFFFE0000;
-constexpr unsigned char kU32MarkerBytes[4] = {0xFF, 0xFE, 0x00, 0x00};
-// Where a stream cannot say how much it holds, containers grow as elements
-// arrive instead of trusting the count.
-constexpr std::size_t kUpFront = 1 << 16;
-
-// Exchanges the two middle bytes of a 32-bit character: b0 b1 b2 b3 -> b0 b2 b1 b3.
-constexpr std::uint32_t swapMiddle(std::uint32_t c)
-{
-    return (c & 0xFF0000FFu) | ((c & 0x0000FF00u) << 8) | ((c & 0x00FF0000u) >> 8);
-}
 
 } // namespace
 
 ycArchive::ycArchive(std::streambuf* buffer, Direction direction, Ordering ordering, bool seekable, bool readOnly)
-    : buffer_(buffer),
+    : codec_(buffer, direction == storing, ordering),
       readOnly_(direction == storing ? false : readOnly),
-      direction_(direction),
-      ordering_(ordering),
       seekable_(seekable)
 {
 }
@@ -47,29 +27,25 @@ void ycArchive::start()
 {
     if (isStoring()) {
         ymAssert(version_ <= 127);
-        std::uint8_t head[2] = {static_cast<std::uint8_t>(version_ << 1 | (seekable_ ? 1 : 0)), ordering_};
-        putBytes(reinterpret_cast<const char*>(head), 2);
+        std::uint8_t head[2] = {static_cast<std::uint8_t>(version_ << 1 | (seekable_ ? 1 : 0)),
+                                static_cast<std::uint8_t>(codec_.ordering())};
+        codec_.putBytes(reinterpret_cast<const char*>(head), 2);
     } else {
-        std::uint8_t first = getScalar<std::uint8_t>();
-        std::uint8_t order = getScalar<std::uint8_t>();
+        std::uint8_t first = codec_.get<std::uint8_t>();
+        std::uint8_t order = codec_.get<std::uint8_t>();
         if ((first >> 1) > 1) throw UnknownArchiveVersion(kSourceName, __LINE__);
         if (((first & 1) != 0) != seekable_) throw BadType(kSourceName, __LINE__);
         if (order > 1) throw BadBuffer(kSourceName, __LINE__);
         version_ = static_cast<std::uint8_t>(first >> 1);
-        ordering_ = static_cast<Ordering>(order);
+        codec_.ordering(order);
     }
-    swap_ = ordering_ != yf_MachineOrdering();
-    if (seekable_ && isStoring()) {
-        index_ = std::make_unique<yc_ArchiveIndex>();
-        high_ = tell();
-        indexDirty_ = true;
-    }
+    if (seekable_) layer_ = std::make_unique<yc_ArchiveSeekable>(codec_);
 }
 
 void ycArchive::finish() noexcept
 {
     try {
-        if (indexDirty_ && isLoading()) mode(storing);
+        if (layer_ && layer_->changed() && isLoading()) mode(storing);
         if (isStoring()) sync();
     } catch (const ycException& e) {
         yfDebugLine(L"archive:" + std::to_wstring(__LINE__) +
@@ -78,10 +54,21 @@ void ycArchive::finish() noexcept
     }
 }
 
+yc_ArchiveObjects& ycArchive::objects()
+{
+    if (!objects_) objects_ = std::make_unique<yc_ArchiveObjects>(*this, codec_, layer_.get());
+    return *objects_;
+}
+
+yc_ArchiveSeekable& ycArchive::seekable(int line)
+{
+    if (!layer_) throw NotSeekable(kSourceName, line);
+    return *layer_;
+}
+
 ycArchive::pos ycArchive::tell()
 {
-    auto which = isStoring() ? std::ios_base::out : std::ios_base::in;
-    return static_cast<pos>(buffer_->pubseekoff(0, std::ios_base::cur, which));
+    return codec_.tell();
 }
 
 void ycArchive::seek(pos position)
@@ -91,286 +78,216 @@ void ycArchive::seek(pos position)
 
 void ycArchive::seek(std::int64_t offset, std::ios_base::seekdir whence)
 {
-    if (seekable_) {
-        // The index is not data: the end of a seekable archive is where the data ends.
-        noteHigh();
-        pos from = whence == std::ios_base::beg ? 0 : whence == std::ios_base::cur ? tell() : (index(), high_);
-        rawSeek(from + offset);
-        return;
+    if (layer_) {
+        layer_->seek(offset, whence);
+    } else if (!codec_.seekBy(offset, whence)) {
+        throw BadBuffer(kSourceName, __LINE__);
     }
-    auto which = isStoring() ? std::ios_base::out : std::ios_base::in;
-    if (buffer_->pubseekoff(offset, whence, which) == std::streampos(-1)) throw BadBuffer(kSourceName, __LINE__);
 }
 
 void ycArchive::sync()
 {
-    if (indexDirty_ && isStoring()) writeIndex();
-    if (buffer_->pubsync() != 0) throw BadBuffer(kSourceName, __LINE__);
+    if (layer_) layer_->sync();
+    codec_.sync();
 }
 
-void ycArchive::failWrite()
+// --- directions -------------------------------------------------------------
+
+void ycArchive::mode(Direction direction)
 {
-    throw BadBuffer(kSourceName, __LINE__);
+    yc_ArchiveSeekable& layer = seekable(__LINE__);
+    ymAssert(direction == loading || !readOnly_);
+    if (direction == storing && readOnly_) return;
+    layer.direction(direction == storing);
 }
 
-void ycArchive::failEof()
+void ycArchive::append()
 {
-    throw Eof(kSourceName, __LINE__);
+    yc_ArchiveSeekable& layer = seekable(__LINE__);
+    ymAssert(!readOnly_);
+    if (readOnly_) return;
+    layer.toEnd();
 }
 
-void ycArchive::getStringBytes(char* p, std::size_t n)
+ycArchive* ycArchive::secondary()
 {
-    if (static_cast<std::size_t>(buffer_->sgetn(p, static_cast<std::streamsize>(n))) != n)
-        throw BadBuffer(kSourceName, __LINE__);
+    seekable(__LINE__);
+    return secondary_;
 }
 
-ycArchive& ycArchive::operator||(bool& value)
+void ycArchive::secondary(ycArchive* other)
 {
-    if (isStoring()) {
-        putScalar<std::uint8_t>(value ? 1 : 0);
-    } else {
-        value = getScalar<std::uint8_t>() != 0;
-    }
-    return *this;
+    seekable(__LINE__);
+    secondary_ = other;
 }
 
-ycArchive& ycArchive::operator||(wchar_t& value)
+// --- marks ------------------------------------------------------------------
+
+std::int32_t ycArchive::writeNewMark(std::int32_t number)
 {
-    if (isStoring()) {
-        auto c = static_cast<std::make_unsigned_t<wchar_t>>(value);
-        if (c > 0xFFFF) throw ycBadUnicodeChar();
-        putScalar(static_cast<std::uint16_t>(c));
-    } else {
-        value = static_cast<wchar_t>(getScalar<std::uint16_t>());
-    }
-    return *this;
+    return seekable(__LINE__).writeMark(number);
 }
 
-void ycArchive::putLengthPrefix(std::size_t length)
+std::int32_t ycArchive::renumberMark(std::int32_t number)
 {
-    ymAssert(length <= kMaxLength);
-    if (length < 0x80) {
-        putScalar(static_cast<std::uint8_t>(length));
-    } else {
-        std::uint8_t prefix[2] = {static_cast<std::uint8_t>(0x80 | ((length >> 8) & 0xFF)),
-                                  static_cast<std::uint8_t>(length & 0xFF)};
-        putBytes(reinterpret_cast<const char*>(prefix), 2);
-    }
+    return seekable(__LINE__).renumberMark(number);
 }
 
-std::size_t ycArchive::getLengthPrefix()
+void ycArchive::removeMark()
 {
-    std::uint8_t first = getScalar<std::uint8_t>();
-    if (!(first & 0x80)) return first;
-    return static_cast<std::size_t>(first & 0x7F) << 8 | getScalar<std::uint8_t>();
+    seekable(__LINE__).removeMark();
 }
 
-ycArchive& ycArchive::operator||(std::string& value)
+void ycArchive::readMark(std::int32_t& number)
 {
-    if (isStoring()) {
-        putLengthPrefix(value.size());
-        const char quote = static_cast<char>(kQuote);
-        putBytes(&quote, 1);
-        putBytes(value.data(), value.size());
-        putBytes(&quote, 1);
-    } else {
-        std::string narrow;
-        std::u16string wide;
-        value = readString(narrow, wide) ? yfNarrow(yfFromUtf16(wide)) : std::move(narrow);
-    }
-    return *this;
+    yc_ArchiveSeekable& layer = seekable(__LINE__);
+    ymAssert(isLoading());
+    if (isLoading()) number = layer.readMark();
 }
 
-ycArchive& ycArchive::operator||(std::wstring& value)
+ycArchive::pos ycArchive::findMark(std::int32_t number)
 {
-    if (isStoring()) {
-        std::optional<std::u16string> utf16 = yfToUtf16(value);
-        if (!utf16) throw ycBadUnicodeChar();
-        const std::u16string& units = *utf16;
-        putLengthPrefix(units.size());
-        const char marker[2] = {char(0xFF), char(0xFE)};
-        putBytes(marker, 2);
-        std::array<char, 2 * kLocalUnits> local;
-        for (std::size_t at = 0; at < units.size(); at += kLocalUnits) {
-            std::size_t n = std::min(kLocalUnits, units.size() - at);
-            for (std::size_t i = 0; i < n; ++i) {
-                local[2 * i] = static_cast<char>(units[at + i] & 0xFF);
-                local[2 * i + 1] = static_cast<char>(units[at + i] >> 8);
-            }
-            putBytes(local.data(), 2 * n);
-        }
-        putBytes(marker, 2);
-    } else {
-        std::string narrow;
-        std::u16string wide;
-        value = readString(narrow, wide) ? yfFromUtf16(wide) : yfWiden(narrow);
-    }
-    return *this;
+    return seekable(__LINE__).findMark(number);
 }
 
-bool ycArchive::readString(std::string& narrow, std::u16string& wide)
+void ycArchive::skipMark()
 {
-    std::size_t length = getLengthPrefix();
-    std::array<unsigned char, 2 * kLocalUnits> local;
-    getStringBytes(reinterpret_cast<char*>(local.data()), 1);
-    if (local[0] == kQuote) {
-        narrow.resize(length);
-        getStringBytes(narrow.data(), length);
-        getStringBytes(reinterpret_cast<char*>(local.data()), 1);
-        if (local[0] != kQuote) throw BadType(kSourceName, __LINE__);
-        return false;
-    }
-    getStringBytes(reinterpret_cast<char*>(local.data()) + 1, 1);
-    std::uint16_t marker = static_cast<std::uint16_t>(local[0] | local[1] << 8);
-    if (marker != kWideMarker && marker != kWideSwapped) throw BadType(kSourceName, __LINE__);
-    bool swapUnits = marker == kWideSwapped;
-    wide.resize(length);
-    for (std::size_t at = 0; at < length; at += kLocalUnits) {
-        std::size_t n = std::min(kLocalUnits, length - at);
-        getStringBytes(reinterpret_cast<char*>(local.data()), 2 * n);
-        for (std::size_t i = 0; i < n; ++i) {
-            auto unit = static_cast<std::uint16_t>(local[2 * i] | local[2 * i + 1] << 8);
-            wide[at + i] = static_cast<char16_t>(swapUnits ? yfByteSwap(unit) : unit);
-        }
-    }
-    getStringBytes(reinterpret_cast<char*>(local.data()), 2);
-    std::uint16_t trailer = static_cast<std::uint16_t>(local[0] | local[1] << 8);
-    if (trailer != (swapUnits ? kWideSwapped : kWideMarker)) throw BadType(kSourceName, __LINE__);
-    return true;
+    seekable(__LINE__).skipMark();
 }
 
-ycArchive& ycArchive::operator||(std::u32string& value)
+std::int32_t ycArchive::firstMarkNum()
 {
-    if (isStoring()) {
-        unsigned char count[4];
-        yfPutOrdered(count, static_cast<std::uint32_t>(value.size()), bigEndian);
-        putBytes(reinterpret_cast<const char*>(count), 4);
-        putBytes(reinterpret_cast<const char*>(kU32MarkerBytes), 4);
-        std::array<unsigned char, 4 * kLocalUnits> local;
-        for (std::size_t at = 0; at < value.size(); at += kLocalUnits) {
-            std::size_t n = std::min(kLocalUnits, value.size() - at);
-            for (std::size_t i = 0; i < n; ++i)
-                yfPutOrdered(&local[4 * i], static_cast<std::uint32_t>(value[at + i]), littleEndian);
-            putBytes(reinterpret_cast<const char*>(local.data()), 4 * n);
-        }
-        putBytes(reinterpret_cast<const char*>(kU32MarkerBytes), 4);
-        return *this;
-    }
-    unsigned char word[4];
-    getBytes(reinterpret_cast<char*>(word), 4);
-    std::uint32_t count = yfGetOrdered<std::uint32_t>(word, bigEndian);
-    std::uint64_t left = bytesLeft();
-    if (count > (left - std::min<std::uint64_t>(left, 8)) / 4) throw BadBuffer(kSourceName, __LINE__);
-    getStringBytes(reinterpret_cast<char*>(word), 4);
-    std::uint32_t marker = yfGetOrdered<std::uint32_t>(word, ordering_);
-    if (marker != kU32Marker && marker != kU32Swapped) throw BadType(kSourceName, __LINE__);
-    bool swapChars = marker == kU32Swapped;
-    std::u32string out;
-    out.reserve(std::min<std::size_t>(count, kUpFront));
-    std::array<unsigned char, 4 * kLocalUnits> local;
-    for (std::size_t at = 0; at < count; at += kLocalUnits) {
-        std::size_t n = std::min<std::size_t>(kLocalUnits, count - at);
-        getStringBytes(reinterpret_cast<char*>(local.data()), 4 * n);
-        for (std::size_t i = 0; i < n; ++i) {
-            std::uint32_t c = yfGetOrdered<std::uint32_t>(&local[4 * i], littleEndian);
-            out.push_back(static_cast<char32_t>(swapChars ? swapMiddle(c) : c));
-        }
-    }
-    getStringBytes(reinterpret_cast<char*>(word), 4);
-    if (yfGetOrdered<std::uint32_t>(word, ordering_) != marker) throw BadType(kSourceName, __LINE__);
-    value = std::move(out);
-    return *this;
+    return seekable(__LINE__).firstMark();
 }
 
-void ycArchive::raw(char* p, std::int64_t n)
+std::int32_t ycArchive::lastMarkNum()
 {
-    ymAssert(p != nullptr && n >= 0);
-    if (p == nullptr || n < 0) return;
-    if (isStoring()) {
-        putBytes(p, static_cast<std::size_t>(n));
-    } else {
-        getBytes(p, static_cast<std::size_t>(n));
-    }
+    return seekable(__LINE__).lastMark();
 }
 
-void ycArchive::reserveBytes(std::int64_t n)
+std::int32_t ycArchive::nextMarkNum(std::int32_t number)
 {
+    return seekable(__LINE__).nextMark(number);
+}
+
+std::int32_t ycArchive::prevMarkNum(std::int32_t number)
+{
+    return seekable(__LINE__).prevMark(number);
+}
+
+void ycArchive::setStartingNum(std::int32_t number)
+{
+    seekable(__LINE__).startMarksAt(number);
+}
+
+// --- objects ----------------------------------------------------------------
+
+std::int32_t ycArchive::storeObject(ycPersistent* object)
+{
+    seekable(__LINE__);
     ymAssert(isStoring());
-    if (!isStoring()) return;
-    // Inside what was already written the room is skipped; past the end it is
-    // made of zero bytes, so the stream really holds it.
-    std::int64_t here = tell();
-    std::int64_t end = static_cast<std::int64_t>(buffer_->pubseekoff(0, std::ios_base::end, std::ios_base::out));
-    if (here < 0 || end < 0) {
-        static constexpr char zeros[8] = {};
-        putBytes(zeros, static_cast<std::size_t>(n));
-        return;
-    }
-    std::int64_t skip = std::min(n, std::max<std::int64_t>(end - here, 0));
-    rawSeek(here + skip); // the stream's end may lie past the data: it is not a place the data reached
-    static constexpr char zeros[8] = {};
-    putBytes(zeros, static_cast<std::size_t>(n - skip));
+    ymAssert(object != nullptr);
+    if (!isStoring() || object == nullptr) return 0;
+    if (version_ == 0) throw CannotWriteToOldArchive(kSourceName, __LINE__);
+    return objects().storeObject(*object);
 }
 
-std::uint64_t ycArchive::bytesLeft()
+std::unique_ptr<ycPersistent> ycArchive::loadObject()
 {
-    auto here = buffer_->pubseekoff(0, std::ios_base::cur, std::ios_base::in);
-    if (here == std::streampos(-1)) return std::numeric_limits<std::uint64_t>::max();
-    auto end = buffer_->pubseekoff(0, std::ios_base::end, std::ios_base::in);
-    buffer_->pubseekpos(here, std::ios_base::in);
-    if (end == std::streampos(-1) || end < here) return std::numeric_limits<std::uint64_t>::max();
-    return static_cast<std::uint64_t>(static_cast<std::int64_t>(end - here));
+    seekable(__LINE__);
+    ymAssert(isLoading());
+    if (!isLoading()) return nullptr;
+    return objects().loadStored();
 }
 
-std::size_t ycArchive::readCount(std::uint32_t& count, std::size_t minBytes)
+ycArchive::pos ycArchive::findObject(std::int32_t id)
 {
-    *this || count;
-    std::uint64_t left = bytesLeft();
-    if (minBytes > 0 && count > left / minBytes) throw Eof(kSourceName, __LINE__);
-    return left == std::numeric_limits<std::uint64_t>::max() ? std::min<std::size_t>(count, kUpFront) : count;
+    yc_ArchiveSeekable& layer = seekable(__LINE__);
+    ymAssert(isLoading());
+    ymAssert(yf_ValidArchiveNumber(id));
+    if (!isLoading()) return -1;
+    return layer.findObject(id);
 }
 
-yc_ArchiveObjects& ycArchive::objects()
+std::int32_t ycArchive::firstObjectID()
 {
-    if (!objects_) objects_ = std::make_unique<yc_ArchiveObjects>(*this);
-    return *objects_;
+    yc_ArchiveSeekable& layer = seekable(__LINE__);
+    ymAssert(isLoading());
+    return layer.firstObject();
 }
 
-ycArchive& operator||(ycArchive& ar, std::vector<unsigned char>& v)
+std::int32_t ycArchive::nextObjectID(std::int32_t id)
 {
-    std::uint32_t count = static_cast<std::uint32_t>(v.size());
-    if (ar.isStoring()) {
-        ar || count;
-        ar.raw(reinterpret_cast<char*>(v.data()), count);
-        return ar;
-    }
-    ar.readCount(count, 1);
-    std::vector<unsigned char> out;
-    while (out.size() < count) {
-        std::size_t at = out.size();
-        out.resize(std::min<std::size_t>(count, at + kUpFront * 16));
-        ar.raw(reinterpret_cast<char*>(out.data() + at), static_cast<std::int64_t>(out.size() - at));
-    }
-    v = std::move(out);
-    return ar;
+    yc_ArchiveSeekable& layer = seekable(__LINE__);
+    ymAssert(isLoading());
+    return layer.nextObject(id);
 }
 
-ycArchive& operator||(ycArchive& ar, std::vector<bool>& v)
+void ycArchive::readObjectHeader(std::int32_t& id, std::uint32_t& size, pos& position)
 {
-    std::uint32_t count = static_cast<std::uint32_t>(v.size());
-    if (ar.isStoring()) {
-        ar || count;
-        for (bool b : v) ar << b;
-        return ar;
-    }
-    std::size_t room = ar.readCount(count, 1);
-    std::vector<bool> out;
-    out.reserve(room);
-    for (std::uint32_t i = 0; i < count; ++i) {
-        bool b = false;
-        ar || b;
-        out.push_back(b);
-    }
-    v = std::move(out);
-    return ar;
+    seekable(__LINE__);
+    ymAssert(isLoading());
+    if (!isLoading()) return;
+    yc_ArchiveObjects::Header head = objects().peekHeader();
+    if (head.large) throw BadType(kSourceName, __LINE__); // only the 64-bit form holds it
+    id = head.id;
+    size = static_cast<std::uint32_t>(head.size);
+    position = head.position;
+}
+
+void ycArchive::readObjectHeader64(std::int32_t& id, std::uint64_t& size, pos& position)
+{
+    seekable(__LINE__);
+    ymAssert(isLoading());
+    if (!isLoading()) return;
+    yc_ArchiveObjects::Header head = objects().peekHeader();
+    id = head.id;
+    size = head.size;
+    position = head.position;
+}
+
+std::string ycArchive::objectTypeName()
+{
+    seekable(__LINE__);
+    ymAssert(isLoading());
+    if (!isLoading()) return {};
+    return objects().peekTypeName();
+}
+
+void ycArchive::removeObject()
+{
+    std::int32_t id = seekable(__LINE__).removeObject();
+    if (id != 0) objects().forgetId(id);
+}
+
+void ycArchive::setStartingID(std::int32_t id)
+{
+    seekable(__LINE__).startObjectsAt(id);
+}
+
+// --- pointers ---------------------------------------------------------------
+
+ycArchive::pos ycArchive::firstPointerPos()
+{
+    return seekable(__LINE__).firstPointer();
+}
+
+ycArchive::pos ycArchive::nextPointerPos()
+{
+    return seekable(__LINE__).nextPointer();
+}
+
+std::int32_t ycArchive::pointerObjectID()
+{
+    return seekable(__LINE__).pointerId();
+}
+
+void ycArchive::pointerObjectID(std::int32_t id)
+{
+    seekable(__LINE__).pointerId(id);
+}
+
+void ycArchive::removePointer()
+{
+    seekable(__LINE__).removePointer();
 }

@@ -11,115 +11,34 @@
 // seekable bit against the one it asked for (BadType), then the ordering byte
 // (above 1: BadBuffer); it adopts the stored ordering.
 //
-// Encodings, no padding anywhere ("in order" = in the archive's ordering):
-//   8-bit integers          1 byte
-//   bool                    1 byte, 1 or 0; any non-zero byte reads as true
-//   16/32/64-bit integers   sizeof(T) bytes in order. Persist fixed-width
-//                           types only: plain long is 8 bytes on some platforms.
-//   float, double           their bit patterns, in order
-//   wchar_t                 one UTF-16 unit, 2 bytes in order (above U+FFFF:
-//                           ycBadUnicodeChar)
-//   std::string             length prefix, 22, the bytes, 22
-//   std::wstring            length prefix (UTF-16 units), FF FE, the units as
-//                           2-byte little-endian values whatever the ordering,
-//                           FF FE. Characters above U+FFFF go as surrogate
-//                           pairs, joined again on reading.
-//   std::u32string          4-byte count, always most significant byte first,
-//                           FF FE 00 00, the characters as 4-byte little-endian
-//                           values, FF FE 00 00.
-// The length prefix is one byte below 128, else 0x80 | length >> 8 and then
-// length & 0xFF. A string longer than 32767 is a failed assertion and is then
-// written anyway with the truncated prefix.
-//
-// Reading strings: a narrow and a wide target each accept either kind. A wide
-// string whose marker reads FE FF has byte-swapped units. For a 32-bit string
-// the marker is read as a 32-bit value in the archive's ordering: 0x0000FEFF
-// means as written, 0xFFFE0000 that each character's two middle bytes are
-// exchanged (b0 b1 b2 b3 -> b0 b2 b1 b3). So in an archive of ordering 0 a
-// character from U+0100 up does not come back as it was stored (U+1234 reads
-// as 0x00120034); store 32-bit strings with ordering 1.
-//
-// Failures: a value cut short by the end of the stream is Eof; a failed write
-// is BadBuffer; inside a string, everything after the length prefix (or the
-// 32-bit count) that is cut short is BadBuffer; a wrong delimiter or marker is
-// BadType. A count read from the stream is checked against what the stream
-// still holds before any memory is taken for it.
-//
-// Containers: a 32-bit count in order, then the elements (a vector of bytes as
-// one raw block, a vector of bool one byte each).
-//
-// Objects (see persist.h): an object record is the marker F1 66 4B DF (the same
-// bytes in either ordering), the canonical type name as a narrow string, and
-// the body. An object reference is a 32-bit tag in order: 0 null, -1 a new
-// object record follows, k > 0 the object record with id k. In a plain archive
-// the records are numbered 1, 2, ... in the order they appear; in a seekable
-// one the id is the one in the record's header.
-//
-// Seekable archives (header bit 0 set) add numbered marks, an id and a size
-// to every object record, and an index at the end, so that a reader finds a
-// mark or an object by number without reading what comes before it. Markers
-// go byte by byte; numbers are in the archive's ordering; a position counts
-// bytes from the start of the stream, header included.
-//
-//   mark record     A7 4D 4B 31, number (int32). A removed mark keeps its
-//                   record with number 0.
-//   object record   F1 66 4B DF, id (int32), size (uint32), type name (narrow
-//                   string), body. The size counts the bytes of the body;
-//                   FF FF FF FF means 4 GiB or more, and the index holds the
-//                   size. A removed object keeps its record with id 0.
-//   pointer record  A7 50 54 52, id (int32): what storeObject writes for an
-//                   object this archive holds already and that has not
-//                   changed since. Pointer records and the references inside
-//                   bodies (tags k > 0) are the archive's pointers; the index
-//                   lists each by the position of its 4-byte id. A removed
-//                   pointer has id 0, a null reference.
-//
-//   index           written where the data ends, by sync() and on closing:
-//     A7 49 44 58
-//     next object id (int32), next mark number (int32): where the automatic
-//         numbering goes on
-//     mark count, object count, pointer count (uint32 each)
-//     marks         number (int32), position of the record (int64); by number
-//     objects       id (int32), position of the record (int64), size (uint32)
-//                   and, when that is FF FF FF FF, 6F 8B 68 45 and the size
-//                   as uint64; by id
-//     pointers      position of the id (int64), id (int32); by position
-//     zero bytes    only where an earlier index of the stream reached further
-//     trailer       index position (int64), A7 45 4E 44: always the stream's
-//                   last 12 bytes
-//
-// A loading archive reads the index at its first seekable operation (a
-// missing trailer is BadType, an index that contradicts itself or the stream
-// BadContent). Appending, ycFileArchive(path, loading, ordering, true, false)
-// and then append(), reads it, writes on from where the data ended (over the
-// old index), and writes the new index after the new data when the archive is
-// synced or closed. Data overwritten in place keeps its index entries: remove
-// a mark or object first when its bytes are to be reused.
+// What each part of an archive does, and where its bytes are documented:
+//   codec.h      values, strings and containers to bytes and back, the
+//                failures of the stream, and the bounded reads every loader
+//                uses before it takes memory for a count from the stream
+//   objects.h    object records and object references (persist.h has the
+//                transfer operators that persistent classes use)
+//   seekable.h   marks, stored objects, pointers and the index of a seekable
+//                archive
+//   filearchive.h, memarchive.h   the concrete archives
+// ycArchive is the interface a persistent class sees; its operations forward
+// to those parts.
 #ifndef TLVSTD_ARCHIVE_ARCHIVE_H
 #define TLVSTD_ARCHIVE_ARCHIVE_H
 
+#include "std/archive/codec.h"
 #include "std/archive/persist.h"
 #include "std/except/except.h"
-#include "std/util/byteorder.h"
 
-#include <algorithm>
 #include <concepts>
 #include <cstdint>
 #include <ios>
 #include <memory>
 #include <streambuf>
 #include <string>
-#include <type_traits>
 #include <vector>
 
-// Values that travel as their bit pattern in sizeof(T) bytes.
-template <class T>
-concept yc_ArchiveScalar = (std::integral<T> || std::floating_point<T>) && !std::same_as<T, bool> &&
-                           !std::same_as<T, wchar_t> &&
-                           (sizeof(T) == 1 || sizeof(T) == 2 || sizeof(T) == 4 || sizeof(T) == 8);
-
 class yc_ArchiveObjects;
-class yc_ArchiveIndex;
+class yc_ArchiveSeekable;
 
 class TLVSTD_API ycArchive {
 public:
@@ -184,13 +103,13 @@ public:
     ycArchive(const ycArchive&) = delete;
     ycArchive& operator=(const ycArchive&) = delete;
 
-    bool isLoading() const { return direction_ == loading; }
-    bool isStoring() const { return direction_ == storing; }
+    bool isLoading() const { return !codec_.isStoring(); }
+    bool isStoring() const { return codec_.isStoring(); }
     bool isReadOnly() const { return readOnly_; }
     bool isSeekable() const { return seekable_; }
     std::uint8_t version() const { return version_; }
-    Ordering ordering() const { return ordering_; }
-    Direction mode() const { return direction_; }
+    Ordering ordering() const { return static_cast<Ordering>(codec_.ordering()); }
+    Direction mode() const { return isStoring() ? storing : loading; }
 
     pos tell();
     void seek(pos position);
@@ -202,7 +121,8 @@ public:
 
     // Everything below needs a seekable archive (NotSeekable otherwise).
     // Numbers of marks and ids of objects are 1 to 0x7ffffffe; where a
-    // function returns one, 0 means "none", and a position -1.
+    // function returns one, 0 means "none", and a position -1. The layout of
+    // what they read and write is in seekable.h.
 
     // Switches direction. Each direction keeps its own position: a first
     // switch to storing starts where the data ends, a first switch to loading
@@ -266,37 +186,51 @@ public:
     template <yc_ArchiveScalar T>
     ycArchive& operator||(T& value)
     {
-        if (isStoring()) {
-            putScalar(value);
-        } else {
-            value = getScalar<T>();
-        }
+        codec_.transfer(value);
         return *this;
     }
-    ycArchive& operator||(bool& value);
-    ycArchive& operator||(wchar_t& value);
-    ycArchive& operator||(std::string& value);
-    ycArchive& operator||(std::wstring& value);
-    ycArchive& operator||(std::u32string& value);
+    template <class T>
+        requires std::same_as<T, bool> || std::same_as<T, wchar_t> || std::same_as<T, std::string> ||
+                 std::same_as<T, std::wstring> || std::same_as<T, std::u32string>
+    ycArchive& operator||(T& value)
+    {
+        codec_.transfer(value);
+        return *this;
+    }
+
+    // Containers of bytes and of bools, in their own forms (codec.h).
+    friend ycArchive& operator||(ycArchive& ar, std::vector<unsigned char>& v)
+    {
+        ar.codec_.transfer(v);
+        return ar;
+    }
+    friend ycArchive& operator||(ycArchive& ar, std::vector<bool>& v)
+    {
+        ar.codec_.transfer(v);
+        return ar;
+    }
 
     // `n` bytes as they are, no swapping.
-    void raw(char* p, std::int64_t n);
+    void raw(char* p, std::int64_t n) { codec_.raw(p, n); }
 
     // Storing only: move the write position on by 1, 2, 4 or 8 bytes, leaving
     // room that a later seek back fills in.
-    void reserve8() { reserveBytes(1); }
-    void reserveU8() { reserveBytes(1); }
-    void reserve16() { reserveBytes(2); }
-    void reserveU16() { reserveBytes(2); }
-    void reserve32() { reserveBytes(4); }
-    void reserveU32() { reserveBytes(4); }
-    void reserve64() { reserveBytes(8); }
-    void reserveU64() { reserveBytes(8); }
+    void reserve8() { codec_.reserve(1); }
+    void reserveU8() { codec_.reserve(1); }
+    void reserve16() { codec_.reserve(2); }
+    void reserveU16() { codec_.reserve(2); }
+    void reserve32() { codec_.reserve(4); }
+    void reserveU32() { codec_.reserve(4); }
+    void reserve64() { codec_.reserve(8); }
+    void reserveU64() { codec_.reserve(8); }
 
-    // Reads a container's element count and checks that the stream can hold
-    // `count` elements of at least `minBytes` each (Eof if not). Returns how
-    // many elements may be reserved up front.
-    std::size_t readCount(std::uint32_t& count, std::size_t minBytes);
+    // Bounded reads (see codec.h): loaders call these before they take
+    // memory for a count read from the stream. roomFor checks that the
+    // stream can still hold `count` elements of at least `minBytes` bytes
+    // each (Eof if not) and returns how many may be made room for up front;
+    // readCount reads a container's 32-bit count first.
+    std::size_t roomFor(std::uint64_t count, std::uint64_t minBytes) { return codec_.roomFor(count, minBytes); }
+    std::size_t readCount(std::uint32_t& count, std::uint64_t minBytes) { return codec_.readCount(count, minBytes); }
 
 protected:
     // `buffer` is owned by the concrete archive, which calls start() at the
@@ -306,86 +240,19 @@ protected:
     void finish() noexcept;
 
 private:
-    friend class ycPersistent;
-    friend class yc_ArchiveObjects;
-    friend class yc_ArchiveIndex;
+    friend class ycPersistent; // transfers objects through the object table
 
-    template <class T>
-    void putScalar(T value)
-    {
-        auto bits = yfBitsOf(value);
-        if (swap_) bits = yfByteSwap(bits);
-        putBytes(reinterpret_cast<const char*>(&bits), sizeof bits);
-    }
-    template <class T>
-    T getScalar()
-    {
-        yc_UnsignedOf<T> bits;
-        getBytes(reinterpret_cast<char*>(&bits), sizeof bits);
-        if (swap_) bits = yfByteSwap(bits);
-        return yfFromBits<T>(bits);
-    }
-
-    // A short write is BadBuffer, a short read Eof (or BadBuffer inside a string).
-    void putBytes(const char* p, std::size_t n)
-    {
-        if (static_cast<std::size_t>(buffer_->sputn(p, static_cast<std::streamsize>(n))) != n) failWrite();
-    }
-    void getBytes(char* p, std::size_t n)
-    {
-        if (static_cast<std::size_t>(buffer_->sgetn(p, static_cast<std::streamsize>(n))) != n) failEof();
-    }
-    void getStringBytes(char* p, std::size_t n);
-    [[noreturn]] void failWrite();
-    [[noreturn]] void failEof();
-
-    void putLengthPrefix(std::size_t length);
-    std::size_t getLengthPrefix();
-    // Reads a stored string of either kind, as bytes or as UTF-16 units.
-    // Returns true when the stored string was wide.
-    bool readString(std::string& narrow, std::u16string& wide);
-    void reserveBytes(std::int64_t n);
-    // Bytes between the read position and the end; the largest value when the
-    // stream cannot tell.
-    std::uint64_t bytesLeft();
     yc_ArchiveObjects& objects();
+    // The seekable layer; NotSeekable for a plain archive.
+    yc_ArchiveSeekable& seekable(int line);
 
-    // Seekable machinery (seekable.cpp).
-    void requireSeekable(int line);
-    // The index, read from the stream at first use when loading.
-    yc_ArchiveIndex& index();
-    yc_ArchiveIndex& seekableIndex(int line)
-    {
-        requireSeekable(line);
-        return index();
-    }
-    // Storing: remembers how far the data reaches before the position moves.
-    void noteHigh();
-    // Moves without noting how far the data reached.
-    void rawSeek(pos position);
-    pos streamEnd();
-    void writeIndex();
-    // Reads 4 bytes at the read position and puts the position back.
-    bool markerAhead(const unsigned char (&marker)[4]);
-    void expectMarker(const unsigned char (&marker)[4]);
-    // Storing: writes `value` at `at`, then returns to where it was.
-    void patch(pos at, std::int32_t value);
-    void patch(pos at, std::uint32_t value);
-    pos objectHeader(std::int32_t& id, std::uint64_t& size, bool& large);
-
-    std::streambuf* buffer_;
+    yc_ArchiveCodec codec_;
     bool readOnly_;
-    Direction direction_;
-    Ordering ordering_;
-    bool swap_ = false;
     bool seekable_;
     std::uint8_t version_ = 1;
+    std::unique_ptr<yc_ArchiveSeekable> layer_;
     std::unique_ptr<yc_ArchiveObjects> objects_;
-    std::unique_ptr<yc_ArchiveIndex> index_;
     ycArchive* secondary_ = nullptr;
-    pos high_ = 0;              // how far the data reaches (where the index goes)
-    pos saved_[2] = {-1, -1};   // the position of each direction, while the other is in use
-    bool indexDirty_ = false;   // the index must be written back
 };
 
 // Containers: a 32-bit count, then the elements.
@@ -410,8 +277,6 @@ ycArchive& operator||(ycArchive& ar, std::vector<T>& v)
     v = std::move(out);
     return ar;
 }
-TLVSTD_API ycArchive& operator||(ycArchive& ar, std::vector<unsigned char>& v);
-TLVSTD_API ycArchive& operator||(ycArchive& ar, std::vector<bool>& v);
 
 // The same transfers without a direction check: << stores, >> loads. (Whole
 // persistent objects have checked forms of their own, see persist.h.)

@@ -48,7 +48,12 @@ void ycArchive::Errors::dispatchSerialize(ycArchive& ar)
     serializeLevel(ar, this, 0, [&](std::uint8_t version) {
         if (version != 0) unknownVersion(kSourceName, __LINE__);
         ycException::dispatchSerialize(ar);
-        ar || file_ || line_;
+        // Into copies: a load cut short leaves the error as it was.
+        std::wstring file = file_;
+        std::int32_t line = line_;
+        ar || file || line;
+        file_ = std::move(file);
+        line_ = line;
     });
 }
 

@@ -2,6 +2,8 @@
 
 #include "std/util/text.h"
 
+#include <filesystem>
+
 ycFileArchive::ycFileArchive(const std::wstring& path, Direction direction, Ordering ordering, bool seekable,
                              bool readOnly)
     : ycArchive(&file_, direction, ordering, seekable, readOnly)
@@ -12,7 +14,10 @@ ycFileArchive::ycFileArchive(const std::wstring& path, Direction direction, Orde
     } else if (!readOnly) {
         mode |= std::ios_base::out;
     }
-    if (!file_.open(yfPath(path), mode)) throw BadFile((L"Could not open file: " + path).c_str(), 0);
+    // Some systems open a directory for reading and fail only at the first read.
+    std::error_code error;
+    if (std::filesystem::is_directory(yfPath(path), error) || !file_.open(yfPath(path), mode))
+        throw BadFile((L"Could not open file: " + path).c_str(), 0);
     start();
 }
 

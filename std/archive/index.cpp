@@ -1,5 +1,7 @@
+// The bytes of a seekable archive's index.
 #include "std/archive/index.h"
 
+#include "std/archive/archive.h"
 #include "std/util/sources.h"
 
 #include <algorithm>
@@ -19,10 +21,10 @@ constexpr std::int64_t kMarkRecord = 8;
 constexpr std::int64_t kPointerId = 4;
 constexpr std::int64_t kObjectRecord = 4 + 4 + 4 + 3;
 
-bool validNumber(std::int32_t n)
-{
-    return n >= 1 && n != kYcNoNumber;
-}
+constexpr unsigned char kLargeSizeMarker[4] = {0x6F, 0x8B, 0x68, 0x45};
+constexpr unsigned char kIndexMarker[4] = {0xA7, 0x49, 0x44, 0x58};
+constexpr unsigned char kTrailerMarker[4] = {0xA7, 0x45, 0x4E, 0x44};
+constexpr std::int64_t kTrailerSize = 12;
 
 [[noreturn]] void badContent(int line)
 {
@@ -32,7 +34,7 @@ bool validNumber(std::int32_t n)
 } // namespace
 
 template <class Map>
-std::int32_t yc_ArchiveIndex::take(std::int32_t& counter, const Map& used)
+std::int32_t yc_ArchiveSeekable::Index::take(std::int32_t& counter, const Map& used)
 {
     std::int32_t n = std::max(counter, 1);
     for (auto it = used.lower_bound(n); it != used.end() && it->first == n && n < kYcNoNumber; ++it) ++n;
@@ -41,28 +43,29 @@ std::int32_t yc_ArchiveIndex::take(std::int32_t& counter, const Map& used)
     return n;
 }
 
-template std::int32_t yc_ArchiveIndex::take(std::int32_t&, const std::map<std::int32_t, pos>&);
-template std::int32_t yc_ArchiveIndex::take(std::int32_t&, const std::map<std::int32_t, Object>&);
+template std::int32_t yc_ArchiveSeekable::Index::take(std::int32_t&, const std::map<std::int32_t, pos>&);
+template std::int32_t yc_ArchiveSeekable::Index::take(std::int32_t&,
+                                                      const std::map<std::int32_t, ObjectPlace>&);
 
-yc_ArchiveIndex::pos yc_ArchiveIndex::read(ycArchive& ar)
+yc_ArchiveSeekable::pos yc_ArchiveSeekable::Index::read(yc_ArchiveCodec& codec)
 {
-    const pos end = ar.streamEnd();
-    if (end < 2 + kYcTrailerSize) throw ycArchive::BadType(kSourceName, __LINE__);
-    const pos tableEnd = end - kYcTrailerSize;
-    ar.rawSeek(tableEnd);
-    const pos at = ar.getScalar<std::int64_t>();
-    ar.expectMarker(kYcTrailerMarker);
+    const pos end = codec.streamEnd();
+    if (end < 2 + kTrailerSize) throw ycArchive::BadType(kSourceName, __LINE__);
+    const pos tableEnd = end - kTrailerSize;
+    codec.seekTo(tableEnd);
+    const pos at = codec.get<std::int64_t>();
+    codec.expectMarker(kTrailerMarker);
     if (at < 2 || at > tableEnd - kIndexHead) badContent(__LINE__);
 
-    ar.rawSeek(at);
-    ar.expectMarker(kYcIndexMarker);
-    std::int32_t firstFreeId = ar.getScalar<std::int32_t>();
-    std::int32_t firstFreeMark = ar.getScalar<std::int32_t>();
+    codec.seekTo(at);
+    codec.expectMarker(kIndexMarker);
+    std::int32_t firstFreeId = codec.get<std::int32_t>();
+    std::int32_t firstFreeMark = codec.get<std::int32_t>();
     // A counter past the last usable number (0x7FFFFFFF) says they are all used.
     if (firstFreeId < 1 || firstFreeMark < 1) badContent(__LINE__);
-    std::uint32_t markCount = ar.getScalar<std::uint32_t>();
-    std::uint32_t objectCount = ar.getScalar<std::uint32_t>();
-    std::uint32_t pointerCount = ar.getScalar<std::uint32_t>();
+    std::uint32_t markCount = codec.get<std::uint32_t>();
+    std::uint32_t objectCount = codec.get<std::uint32_t>();
+    std::uint32_t pointerCount = codec.get<std::uint32_t>();
     // The counts must fit where the index is before anything is read for them.
     const auto room = static_cast<std::uint64_t>(tableEnd - at - kIndexHead);
     if (markCount * kMarkEntry + objectCount * kObjectEntry + pointerCount * kPointerEntry > room)
@@ -70,34 +73,34 @@ yc_ArchiveIndex::pos yc_ArchiveIndex::read(ycArchive& ar)
 
     std::map<std::int32_t, pos> readMarks;
     for (std::uint32_t i = 0; i < markCount; ++i) {
-        std::int32_t number = ar.getScalar<std::int32_t>();
-        pos position = ar.getScalar<std::int64_t>();
-        if (!validNumber(number) || position < 2 || position > at - kMarkRecord) badContent(__LINE__);
+        std::int32_t number = codec.get<std::int32_t>();
+        pos position = codec.get<std::int64_t>();
+        if (!yf_ValidArchiveNumber(number) || position < 2 || position > at - kMarkRecord) badContent(__LINE__);
         if (!readMarks.emplace(number, position).second) badContent(__LINE__);
     }
-    std::map<std::int32_t, Object> readObjects;
+    std::map<std::int32_t, ObjectPlace> readObjects;
     std::uint64_t largeBytes = 0;
     for (std::uint32_t i = 0; i < objectCount; ++i) {
-        std::int32_t id = ar.getScalar<std::int32_t>();
-        pos position = ar.getScalar<std::int64_t>();
-        std::uint64_t size = ar.getScalar<std::uint32_t>();
+        std::int32_t id = codec.get<std::int32_t>();
+        pos position = codec.get<std::int64_t>();
+        std::uint64_t size = codec.get<std::uint32_t>();
         const bool large = size == kYcLargeSize;
         if (large) {
             largeBytes += kLargeTail;
             if (markCount * kMarkEntry + objectCount * kObjectEntry + pointerCount * kPointerEntry + largeBytes > room)
                 badContent(__LINE__);
-            ar.expectMarker(kYcLargeSizeMarker);
-            size = ar.getScalar<std::uint64_t>();
+            codec.expectMarker(kLargeSizeMarker);
+            size = codec.get<std::uint64_t>();
         }
-        if (!validNumber(id) || position < 2 || position > at - kObjectRecord) badContent(__LINE__);
+        if (!yf_ValidArchiveNumber(id) || position < 2 || position > at - kObjectRecord) badContent(__LINE__);
         if (size > static_cast<std::uint64_t>(at - position - kObjectRecord)) badContent(__LINE__);
-        if (!readObjects.emplace(id, Object{position, size, large}).second) badContent(__LINE__);
+        if (!readObjects.emplace(id, ObjectPlace{position, size, large}).second) badContent(__LINE__);
     }
     std::map<pos, std::int32_t> readPointers;
     for (std::uint32_t i = 0; i < pointerCount; ++i) {
-        pos position = ar.getScalar<std::int64_t>();
-        std::int32_t id = ar.getScalar<std::int32_t>();
-        if (!validNumber(id) || position < 2 || position > at - kPointerId) badContent(__LINE__);
+        pos position = codec.get<std::int64_t>();
+        std::int32_t id = codec.get<std::int32_t>();
+        if (!yf_ValidArchiveNumber(id) || position < 2 || position > at - kPointerId) badContent(__LINE__);
         if (!readPointers.emplace(position, id).second) badContent(__LINE__);
     }
 
@@ -109,38 +112,38 @@ yc_ArchiveIndex::pos yc_ArchiveIndex::read(ycArchive& ar)
     return at;
 }
 
-void yc_ArchiveIndex::write(ycArchive& ar, pos indexAt, pos oldEnd) const
+void yc_ArchiveSeekable::Index::write(yc_ArchiveCodec& codec, pos indexAt, pos oldEnd) const
 {
-    ar.putBytes(reinterpret_cast<const char*>(kYcIndexMarker), 4);
-    ar.putScalar(nextId);
-    ar.putScalar(nextMark);
-    ar.putScalar(static_cast<std::uint32_t>(marks.size()));
-    ar.putScalar(static_cast<std::uint32_t>(objects.size()));
-    ar.putScalar(static_cast<std::uint32_t>(pointers.size()));
+    codec.putMarker(kIndexMarker);
+    codec.put(nextId);
+    codec.put(nextMark);
+    codec.put(static_cast<std::uint32_t>(marks.size()));
+    codec.put(static_cast<std::uint32_t>(objects.size()));
+    codec.put(static_cast<std::uint32_t>(pointers.size()));
     for (const auto& [number, position] : marks) {
-        ar.putScalar(number);
-        ar.putScalar<std::int64_t>(position);
+        codec.put(number);
+        codec.put<std::int64_t>(position);
     }
     for (const auto& [id, object] : objects) {
-        ar.putScalar(id);
-        ar.putScalar<std::int64_t>(object.position);
+        codec.put(id);
+        codec.put<std::int64_t>(object.position);
         if (!object.large && object.size < kYcLargeSize) {
-            ar.putScalar(static_cast<std::uint32_t>(object.size));
+            codec.put(static_cast<std::uint32_t>(object.size));
         } else {
-            ar.putScalar(kYcLargeSize);
-            ar.putBytes(reinterpret_cast<const char*>(kYcLargeSizeMarker), 4);
-            ar.putScalar(object.size);
+            codec.put(kYcLargeSize);
+            codec.putMarker(kLargeSizeMarker);
+            codec.put(object.size);
         }
     }
     for (const auto& [position, id] : pointers) {
-        ar.putScalar<std::int64_t>(position);
-        ar.putScalar(id);
+        codec.put<std::int64_t>(position);
+        codec.put(id);
     }
     // The trailer must stay the stream's last bytes, also when this index is
     // shorter than the one it replaces.
     static constexpr char zeros[256] = {};
-    for (pos left = oldEnd - kYcTrailerSize - ar.tell(); left > 0; left -= static_cast<pos>(sizeof zeros))
-        ar.putBytes(zeros, static_cast<std::size_t>(std::min<pos>(left, sizeof zeros)));
-    ar.putScalar<std::int64_t>(indexAt);
-    ar.putBytes(reinterpret_cast<const char*>(kYcTrailerMarker), 4);
+    for (pos left = oldEnd - kTrailerSize - codec.tell(); left > 0; left -= static_cast<pos>(sizeof zeros))
+        codec.putBytes(zeros, static_cast<std::size_t>(std::min<pos>(left, sizeof zeros)));
+    codec.put<std::int64_t>(indexAt);
+    codec.putMarker(kTrailerMarker);
 }

@@ -1,6 +1,5 @@
 #include "std/archive/objects.h"
 
-#include "std/archive/index.h"
 #include "std/except/registry.h"
 #include "std/util/assert.h"
 
@@ -52,7 +51,8 @@ std::uint64_t yf_SetArchiveLargeObjectSize(std::uint64_t bytes)
     return gLargeObjectSize.exchange(std::min<std::uint64_t>(bytes, kYcLargeSize));
 }
 
-yc_ArchiveObjects::yc_ArchiveObjects(ycArchive& ar) : ar_(ar)
+yc_ArchiveObjects::yc_ArchiveObjects(ycArchive& ar, yc_ArchiveCodec& codec, yc_ArchiveSeekable* seekable)
+    : ar_(ar), codec_(codec), seekable_(seekable)
 {
     std::lock_guard<std::mutex> guard(openTables().lock);
     openTables().all.push_back(this);
@@ -124,18 +124,17 @@ std::int32_t yc_ArchiveObjects::writeRecord(ycPersistent& object)
     if (name.empty() || !registry.factory(name))
         throw ycArchive::UnknownType(yfTypeName(typeid(object)).c_str(), kSourceName, __LINE__);
 
-    const bool seekable = ar_.isSeekable();
-    const std::int32_t id = seekable ? ar_.index().takeObjectId() : next_++;
-    ycArchive::pos at = seekable ? ar_.tell() : 0;
-    ar_.putBytes(reinterpret_cast<const char*>(kYcObjectMarker), sizeof kYcObjectMarker);
+    const std::int32_t id = seekable_ ? seekable_->takeObjectId() : next_++;
+    ycArchive::pos at = seekable_ ? codec_.tell() : 0;
+    codec_.putMarker(kYcObjectMarker);
     ycArchive::pos sizeAt = 0;
-    if (seekable) {
-        ar_.putScalar(id);
-        sizeAt = ar_.tell();
-        ar_.putScalar<std::uint32_t>(0); // filled in once the body is written
+    if (seekable_) {
+        codec_.put(id);
+        sizeAt = codec_.tell();
+        codec_.put<std::uint32_t>(0); // filled in once the body is written
     }
-    ar_ || name;
-    ycArchive::pos bodyAt = seekable ? ar_.tell() : 0;
+    codec_.transfer(name);
+    ycArchive::pos bodyAt = seekable_ ? codec_.tell() : 0;
     enter(&object, id);
     try {
         object.serialize(ar_, false);
@@ -145,13 +144,11 @@ std::int32_t yc_ArchiveObjects::writeRecord(ycPersistent& object)
         written_.erase(&object);
         throw;
     }
-    if (seekable) {
-        auto size = static_cast<std::uint64_t>(ar_.tell() - bodyAt);
+    if (seekable_) {
+        auto size = static_cast<std::uint64_t>(codec_.tell() - bodyAt);
         const bool large = size >= gLargeObjectSize.load();
-        ar_.patch(sizeAt, large ? kYcLargeSize : static_cast<std::uint32_t>(size));
-        yc_ArchiveIndex& index = ar_.index();
-        index.objects[id] = {at, size, large};
-        index.currentObject = id;
+        seekable_->patch(sizeAt, large ? kYcLargeSize : static_cast<std::uint32_t>(size));
+        seekable_->addObject(id, {at, size, large});
     }
     return id;
 }
@@ -160,39 +157,37 @@ void yc_ArchiveObjects::writeReference(ycPersistent* object)
 {
     std::int32_t id = object ? idOf(object) : kNullTag;
     if (object && id == 0) {
-        std::int32_t tag = kNewTag;
-        ar_ || tag;
+        codec_.put(kNewTag);
         writeRecord(*object);
         return;
     }
-    ycArchive::pos at = ar_.isSeekable() ? ar_.tell() : 0;
-    ar_ || id;
-    if (id != kNullTag && ar_.isSeekable()) ar_.index().pointers[at] = id;
+    ycArchive::pos at = seekable_ ? codec_.tell() : 0;
+    codec_.put(id);
+    if (id != kNullTag && seekable_) seekable_->addPointer(at, id);
 }
 
 std::int32_t yc_ArchiveObjects::storeObject(ycPersistent& object)
 {
-    yc_ArchiveIndex& index = ar_.index();
     std::int32_t id = idOf(&object);
-    if (id == 0 || !index.objects.count(id)) return writeRecord(object);
-    ar_.putBytes(reinterpret_cast<const char*>(kYcPointerMarker), sizeof kYcPointerMarker);
-    index.pointers[ar_.tell()] = id;
-    ar_ || id;
-    index.currentObject = id;
+    if (id == 0 || !seekable_->object(id)) return writeRecord(object);
+    codec_.putMarker(kYcPointerMarker);
+    seekable_->addPointer(codec_.tell(), id);
+    codec_.put(id);
+    seekable_->currentObject(id);
     return id;
 }
 
 yc_ArchiveObjects::Head yc_ArchiveObjects::readHead()
 {
-    ar_.expectMarker(kYcObjectMarker);
+    codec_.expectMarker(kYcObjectMarker);
     Head head{0, {}};
-    if (ar_.isSeekable()) {
-        std::uint32_t size = 0;
-        ar_ || head.id || size;
+    if (seekable_) {
+        head.id = codec_.get<std::int32_t>();
+        codec_.get<std::uint32_t>();
     } else {
         head.id = next_++;
     }
-    ar_ || head.name;
+    codec_.transfer(head.name);
     return head;
 }
 
@@ -234,20 +229,19 @@ std::unique_ptr<ycPersistent> yc_ArchiveObjects::readRecord(std::int32_t expecte
 
 std::unique_ptr<ycPersistent> yc_ArchiveObjects::loadIndexed(std::int32_t id)
 {
-    const yc_ArchiveIndex& index = ar_.index();
-    auto it = index.objects.find(id);
-    if (it == index.objects.end()) throw ycArchive::NotFound(kSourceName, __LINE__);
-    ycArchive::pos back = ar_.tell();
-    ar_.rawSeek(it->second.position);
+    std::optional<yc_ArchiveSeekable::ObjectPlace> place = seekable_ ? seekable_->object(id) : std::nullopt;
+    if (!place) throw ycArchive::NotFound(kSourceName, __LINE__);
+    ycArchive::pos back = codec_.tell();
+    codec_.seekTo(place->position);
     std::unique_ptr<ycPersistent> object = readRecord(id);
-    ar_.rawSeek(back);
+    codec_.seekTo(back);
     return object;
 }
 
 yc_ArchiveObjects::Reference yc_ArchiveObjects::readReference()
 {
     Reference ref;
-    ar_ || ref.id;
+    ref.id = codec_.get<std::int32_t>();
     if (ref.id == kNullTag) return ref;
     if (ref.id == kNewTag) {
         ref.fresh = readRecord();
@@ -264,5 +258,52 @@ yc_ArchiveObjects::Reference yc_ArchiveObjects::readReference()
 
 bool yc_ArchiveObjects::canReload(std::int32_t id)
 {
-    return ar_.isSeekable() && ar_.index().objects.count(id) != 0;
+    return seekable_ && seekable_->object(id);
+}
+
+std::unique_ptr<ycPersistent> yc_ArchiveObjects::loadStored()
+{
+    if (!codec_.markerAhead(kYcPointerMarker)) return readRecord();
+    codec_.expectMarker(kYcPointerMarker);
+    return loadIndexed(codec_.get<std::int32_t>());
+}
+
+template <class F>
+auto yc_ArchiveObjects::peek(F&& read)
+{
+    const ycArchive::pos at = codec_.tell();
+    try {
+        codec_.expectMarker(kYcObjectMarker);
+        auto result = read(at);
+        codec_.seekTo(at);
+        return result;
+    } catch (...) {
+        codec_.seekTo(at);
+        throw;
+    }
+}
+
+yc_ArchiveObjects::Header yc_ArchiveObjects::peekHeader()
+{
+    return peek([this](ycArchive::pos at) {
+        Header head{codec_.get<std::int32_t>(), codec_.get<std::uint32_t>(), false, at};
+        head.large = head.size == kYcLargeSize;
+        if (head.large) {
+            std::optional<yc_ArchiveSeekable::ObjectPlace> place = seekable_->object(head.id);
+            if (!place || place->position != at) throw ycArchive::BadContent(kSourceName, __LINE__);
+            head.size = place->size;
+        }
+        return head;
+    });
+}
+
+std::string yc_ArchiveObjects::peekTypeName()
+{
+    return peek([this](ycArchive::pos) {
+        codec_.get<std::int32_t>();
+        codec_.get<std::uint32_t>();
+        std::string name;
+        codec_.transfer(name);
+        return name;
+    });
 }

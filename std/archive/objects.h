@@ -1,4 +1,12 @@
-// Internal to the archive: the objects an archive has met.
+// Internal to the archive: the object table, the objects an archive has met
+// and the records that carry them.
+//
+// Stream: an object record is the marker F1 66 4B DF (the same bytes in
+// either ordering), in a seekable archive its id (int32) and body size
+// (uint32, see seekable.h), the canonical type name as a narrow string, and
+// the body. An object reference is a 32-bit tag in order: 0 null, -1 a new
+// object record follows, k > 0 the object record with id k. A pointer record
+// (seekable archives) is A7 50 54 52 and the id of a record stored earlier.
 //
 // Object references name an object by its id: in a plain archive the order of
 // its record (1, 2, ...), in a seekable one the id in the record's header. A
@@ -12,6 +20,8 @@
 #define TLVSTD_ARCHIVE_OBJECTS_H
 
 #include "std/archive/archive.h"
+#include "std/archive/codec.h"
+#include "std/archive/seekable.h"
 
 #include <cstdint>
 #include <memory>
@@ -20,9 +30,14 @@
 #include <utility>
 #include <vector>
 
+inline constexpr unsigned char kYcObjectMarker[4] = {0xF1, 0x66, 0x4B, 0xDF};
+inline constexpr unsigned char kYcPointerMarker[4] = {0xA7, 0x50, 0x54, 0x52};
+
 class yc_ArchiveObjects {
 public:
-    explicit yc_ArchiveObjects(ycArchive& ar);
+    // Bodies go through `ar`, record headers through its codec; `seekable`
+    // is null for a plain archive.
+    yc_ArchiveObjects(ycArchive& ar, yc_ArchiveCodec& codec, yc_ArchiveSeekable* seekable);
     ~yc_ArchiveObjects();
     yc_ArchiveObjects(const yc_ArchiveObjects&) = delete;
     yc_ArchiveObjects& operator=(const yc_ArchiveObjects&) = delete;
@@ -53,6 +68,20 @@ public:
     std::unique_ptr<ycPersistent> loadIndexed(std::int32_t id);
     // True when a seekable archive can load the record of `id` again.
     bool canReload(std::int32_t id);
+    // Loading, seekable: the object record, or the object a pointer record
+    // refers to, at the read position.
+    std::unique_ptr<ycPersistent> loadStored();
+
+    // Loading, seekable: the header of the object record at the read
+    // position, which stays where it is.
+    struct Header {
+        std::int32_t id = 0;
+        std::uint64_t size = 0;
+        bool large = false; // the size is one only the index holds
+        ycArchive::pos position = -1;
+    };
+    Header peekHeader();
+    std::string peekTypeName();
 
     // True while the record of `object` is being read: a counted reference to
     // it then is a cycle, and a share taken of it would end its life early.
@@ -78,10 +107,16 @@ private:
         std::string name;
     };
     Head readHead();
+    // Runs `read` after the marker of the record at the read position, then
+    // puts the position back.
+    template <class F>
+    auto peek(F&& read);
     std::unique_ptr<ycPersistent> readRecord(std::int32_t expectedId);
     void enter(ycPersistent* object, std::int32_t id);
 
     ycArchive& ar_;
+    yc_ArchiveCodec& codec_;
+    yc_ArchiveSeekable* seekable_;
     std::int32_t next_ = 1; // plain archives number records as they come
     std::vector<const ycPersistent*> reading_; // records being read inside one another
     std::unordered_map<const ycPersistent*, std::int32_t> written_;

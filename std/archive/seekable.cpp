@@ -1,9 +1,7 @@
-// The seekable operations of ycArchive: direction switches, marks, stored
-// objects, pointers and the index's place in the stream.
-#include "std/archive/archive.h"
+#include "std/archive/seekable.h"
 
+#include "std/archive/archive.h"
 #include "std/archive/index.h"
-#include "std/archive/objects.h"
 #include "std/util/assert.h"
 
 #include <algorithm>
@@ -12,456 +10,360 @@ namespace {
 
 constexpr const char* kSourceName = ycSource::archive;
 // The header; a first switch to loading starts after it.
-constexpr ycArchive::pos kDataStart = 2;
-
-bool validNumber(std::int32_t n)
-{
-    return n >= 1 && n != kYcNoNumber;
-}
+constexpr yc_ArchiveSeekable::pos kDataStart = 2;
+constexpr std::int64_t kMarkRecord = 8;
 
 bool validOrFree(std::int32_t n)
 {
-    return n == 0 || validNumber(n);
+    return n == 0 || yf_ValidArchiveNumber(n);
+}
+
+// Walking marks and objects by number: 0 where there is none.
+template <class Map>
+std::int32_t firstKey(const Map& map)
+{
+    return map.empty() ? 0 : map.begin()->first;
+}
+
+template <class Map>
+std::int32_t keyAfter(const Map& map, std::int32_t key)
+{
+    auto it = map.upper_bound(key);
+    return it == map.end() ? 0 : it->first;
+}
+
+[[noreturn]] void notFound(int line)
+{
+    throw ycArchive::NotFound(kSourceName, line);
+}
+
+// Removes the entry `key` of `map` (NotFound if absent) and zeroes the
+// number of its record, at the position `numberAt` gives for the entry.
+template <class Map, class At>
+void dropEntry(yc_ArchiveSeekable& layer, Map& map, typename Map::key_type key, At numberAt)
+{
+    auto it = map.find(key);
+    if (it == map.end()) notFound(__LINE__);
+    layer.patch(numberAt(*it), 0);
+    map.erase(it);
 }
 
 } // namespace
 
-void ycArchive::requireSeekable(int line)
+yc_ArchiveSeekable::yc_ArchiveSeekable(yc_ArchiveCodec& codec) : codec_(codec)
 {
-    if (!seekable_) throw NotSeekable(kSourceName, line);
+    if (codec_.isStoring()) {
+        index_ = std::make_unique<Index>();
+        high_ = codec_.tell();
+        changed_ = true;
+    }
 }
 
-yc_ArchiveIndex& ycArchive::index()
+yc_ArchiveSeekable::~yc_ArchiveSeekable() = default;
+
+yc_ArchiveSeekable::Index& yc_ArchiveSeekable::index()
 {
     if (!index_) {
-        // Storing archives made theirs in start(); a loading one reads it now.
-        auto read = std::make_unique<yc_ArchiveIndex>();
-        pos here = tell();
+        auto read = std::make_unique<Index>();
+        const pos here = codec_.tell();
         try {
-            high_ = read->read(*this);
+            high_ = read->read(codec_);
         } catch (...) {
-            rawSeek(here);
+            codec_.seekTo(here);
             throw;
         }
-        rawSeek(here);
+        codec_.seekTo(here);
         index_ = std::move(read);
     }
     return *index_;
 }
 
-void ycArchive::noteHigh()
+// --- positions ----------------------------------------------------------------
+
+void yc_ArchiveSeekable::noteHigh()
 {
-    if (seekable_ && isStoring()) high_ = std::max(high_, tell());
+    if (codec_.isStoring()) high_ = std::max(high_, codec_.tell());
 }
 
-void ycArchive::rawSeek(pos position)
-{
-    auto which = isStoring() ? std::ios_base::out : std::ios_base::in;
-    if (position < 0 || buffer_->pubseekpos(position, which) == std::streampos(-1))
-        throw BadBuffer(kSourceName, __LINE__);
-}
-
-ycArchive::pos ycArchive::streamEnd()
-{
-    auto which = isStoring() ? std::ios_base::out : std::ios_base::in;
-    pos here = tell();
-    auto end = buffer_->pubseekoff(0, std::ios_base::end, which);
-    rawSeek(here);
-    if (end == std::streampos(-1)) throw BadBuffer(kSourceName, __LINE__);
-    return static_cast<pos>(end);
-}
-
-void ycArchive::writeIndex()
+void yc_ArchiveSeekable::seek(std::int64_t offset, std::ios_base::seekdir whence)
 {
     noteHigh();
-    pos back = tell();
-    pos oldEnd = streamEnd();
-    rawSeek(high_);
-    index_->write(*this, high_, oldEnd);
-    rawSeek(back);
+    pos from = whence == std::ios_base::beg ? 0 : whence == std::ios_base::cur ? codec_.tell() : (index(), high_);
+    codec_.seekTo(from + offset);
 }
 
-bool ycArchive::markerAhead(const unsigned char (&marker)[4])
+void yc_ArchiveSeekable::direction(bool storing)
 {
-    pos at = tell();
-    unsigned char bytes[4];
-    bool whole = buffer_->sgetn(reinterpret_cast<char*>(bytes), 4) == 4;
-    rawSeek(at);
-    return whole && std::equal(bytes, bytes + 4, marker);
-}
-
-void ycArchive::expectMarker(const unsigned char (&marker)[4])
-{
-    unsigned char bytes[4];
-    getBytes(reinterpret_cast<char*>(bytes), 4);
-    if (!std::equal(bytes, bytes + 4, marker)) throw BadType(kSourceName, __LINE__);
-}
-
-void ycArchive::patch(pos at, std::int32_t value)
-{
-    patch(at, static_cast<std::uint32_t>(value));
-}
-
-void ycArchive::patch(pos at, std::uint32_t value)
-{
-    noteHigh();
-    pos back = tell();
-    rawSeek(at);
-    putScalar(value);
-    rawSeek(back);
-}
-
-// --- directions -------------------------------------------------------------
-
-void ycArchive::mode(Direction direction)
-{
-    requireSeekable(__LINE__);
-    if (direction == storing) {
-        ymAssert(!readOnly_);
-        if (readOnly_) return;
-    }
-    if (direction == direction_) return;
+    if (storing == codec_.isStoring()) return;
     index(); // a loading archive needs its index before it can write one
     noteHigh();
-    saved_[direction_] = tell();
-    direction_ = direction;
-    pos target = saved_[direction];
-    if (target < 0) target = direction == storing ? high_ : kDataStart;
-    rawSeek(target);
-    if (direction == storing) indexDirty_ = true;
+    saved_[codec_.isStoring() ? 1 : 0] = codec_.tell();
+    codec_.direction(storing);
+    pos target = saved_[storing ? 1 : 0];
+    if (target < 0) target = storing ? high_ : kDataStart;
+    codec_.seekTo(target);
+    if (storing) changed_ = true;
 }
 
-void ycArchive::append()
+void yc_ArchiveSeekable::toEnd()
 {
-    requireSeekable(__LINE__);
-    ymAssert(!readOnly_);
-    if (readOnly_) return;
-    mode(storing);
+    direction(true);
     noteHigh();
-    rawSeek(high_);
+    codec_.seekTo(high_);
 }
 
-ycArchive* ycArchive::secondary()
+void yc_ArchiveSeekable::sync()
 {
-    requireSeekable(__LINE__);
-    return secondary_;
+    if (changed_ && codec_.isStoring()) writeIndex();
 }
 
-void ycArchive::secondary(ycArchive* other)
+void yc_ArchiveSeekable::writeIndex()
 {
-    requireSeekable(__LINE__);
-    secondary_ = other;
+    noteHigh();
+    const pos back = codec_.tell();
+    const pos oldEnd = codec_.streamEnd();
+    codec_.seekTo(high_);
+    index_->write(codec_, high_, oldEnd);
+    codec_.seekTo(back);
 }
 
-// --- marks ------------------------------------------------------------------
-
-std::int32_t ycArchive::writeNewMark(std::int32_t number)
+void yc_ArchiveSeekable::patch(pos at, std::uint32_t value)
 {
-    yc_ArchiveIndex& marks = seekableIndex(__LINE__);
-    ymAssert(isStoring());
+    noteHigh();
+    const pos back = codec_.tell();
+    codec_.seekTo(at);
+    codec_.put(value);
+    codec_.seekTo(back);
+}
+
+// --- marks ----------------------------------------------------------------------
+
+std::int32_t yc_ArchiveSeekable::writeMark(std::int32_t number)
+{
+    Index& ix = index();
+    ymAssert(codec_.isStoring());
     ymAssert(validOrFree(number));
-    if (!isStoring() || !validOrFree(number)) return 0;
-    if (number != 0 && marks.marks.count(number)) throw Duplicate(kSourceName, __LINE__);
-    if (number == 0) number = marks.takeMarkNumber();
-    pos at = tell();
-    putBytes(reinterpret_cast<const char*>(kYcMarkMarker), 4);
-    putScalar(number);
-    marks.marks[number] = at;
-    marks.currentMark = number;
+    if (!codec_.isStoring() || !validOrFree(number)) return 0;
+    if (number != 0 && ix.marks.count(number)) throw ycArchive::Duplicate(kSourceName, __LINE__);
+    if (number == 0) number = Index::take(ix.nextMark, ix.marks);
+    const pos at = codec_.tell();
+    codec_.putMarker(kYcMarkMarker);
+    codec_.put(number);
+    ix.marks[number] = at;
+    ix.currentMark = number;
     return number;
 }
 
-std::int32_t ycArchive::renumberMark(std::int32_t number)
+std::int32_t yc_ArchiveSeekable::renumberMark(std::int32_t number)
 {
-    yc_ArchiveIndex& marks = seekableIndex(__LINE__);
-    ymAssert(isStoring());
+    Index& ix = index();
+    ymAssert(codec_.isStoring());
     ymAssert(validOrFree(number));
-    if (!isStoring() || !validOrFree(number)) return 0;
-    auto it = marks.marks.find(marks.currentMark);
-    if (it == marks.marks.end()) throw NotFound(kSourceName, __LINE__);
+    if (!codec_.isStoring() || !validOrFree(number)) return 0;
+    auto it = ix.marks.find(ix.currentMark);
+    if (it == ix.marks.end()) notFound(__LINE__);
     if (number == it->first) return number;
-    if (number != 0 && marks.marks.count(number)) throw Duplicate(kSourceName, __LINE__);
-    if (number == 0) number = marks.takeMarkNumber();
-    pos at = it->second;
-    patch(at + 4, number);
-    marks.marks.erase(it);
-    marks.marks[number] = at;
-    marks.currentMark = number;
+    if (number != 0 && ix.marks.count(number)) throw ycArchive::Duplicate(kSourceName, __LINE__);
+    if (number == 0) number = Index::take(ix.nextMark, ix.marks);
+    const pos at = it->second;
+    patch(at + 4, static_cast<std::uint32_t>(number));
+    ix.marks.erase(it);
+    ix.marks[number] = at;
+    ix.currentMark = number;
     return number;
 }
 
-void ycArchive::removeMark()
+void yc_ArchiveSeekable::removeMark()
 {
-    yc_ArchiveIndex& marks = seekableIndex(__LINE__);
-    ymAssert(isStoring());
-    if (!isStoring()) return;
-    auto it = marks.marks.find(marks.currentMark);
-    if (it == marks.marks.end()) throw NotFound(kSourceName, __LINE__);
-    patch(it->second + 4, std::int32_t{0});
-    marks.marks.erase(it);
-    marks.currentMark = 0;
+    Index& ix = index();
+    ymAssert(codec_.isStoring());
+    if (!codec_.isStoring()) return;
+    dropEntry(*this, ix.marks, ix.currentMark, [](const auto& mark) { return mark.second + 4; });
+    ix.currentMark = 0;
 }
 
-void ycArchive::readMark(std::int32_t& number)
+std::int32_t yc_ArchiveSeekable::readMark()
 {
-    yc_ArchiveIndex& marks = seekableIndex(__LINE__);
-    ymAssert(isLoading());
-    if (!isLoading()) return;
-    expectMarker(kYcMarkMarker);
-    number = getScalar<std::int32_t>();
-    marks.currentMark = number;
+    Index& ix = index();
+    codec_.expectMarker(kYcMarkMarker);
+    ix.currentMark = codec_.get<std::int32_t>();
+    return ix.currentMark;
 }
 
-ycArchive::pos ycArchive::findMark(std::int32_t number)
+yc_ArchiveSeekable::pos yc_ArchiveSeekable::findMark(std::int32_t number)
 {
-    yc_ArchiveIndex& marks = seekableIndex(__LINE__);
-    ymAssert(validNumber(number));
-    auto it = marks.marks.find(number);
-    if (it == marks.marks.end()) throw NotFound(kSourceName, __LINE__);
+    Index& ix = index();
+    ymAssert(yf_ValidArchiveNumber(number));
+    auto it = ix.marks.find(number);
+    if (it == ix.marks.end()) notFound(__LINE__);
     noteHigh();
-    rawSeek(it->second);
-    marks.currentMark = number;
+    codec_.seekTo(it->second);
+    ix.currentMark = number;
     return it->second;
 }
 
-void ycArchive::skipMark()
+void yc_ArchiveSeekable::skipMark()
 {
-    yc_ArchiveIndex& marks = seekableIndex(__LINE__);
-    if (isLoading()) {
-        std::int32_t number = 0;
-        readMark(number);
+    Index& ix = index();
+    if (!codec_.isStoring()) {
+        readMark();
         return;
     }
     // Storing over earlier data: only the index knows a mark is here.
-    pos at = tell();
-    auto it = std::find_if(marks.marks.begin(), marks.marks.end(), [at](const auto& m) { return m.second == at; });
-    if (it == marks.marks.end()) throw BadType(kSourceName, __LINE__);
-    marks.currentMark = it->first;
-    seek(at + 8);
+    const pos at = codec_.tell();
+    auto it = std::find_if(ix.marks.begin(), ix.marks.end(), [at](const auto& m) { return m.second == at; });
+    if (it == ix.marks.end()) throw ycArchive::BadType(kSourceName, __LINE__);
+    ix.currentMark = it->first;
+    seek(at + kMarkRecord, std::ios_base::beg);
 }
 
-std::int32_t ycArchive::firstMarkNum()
+std::int32_t yc_ArchiveSeekable::firstMark()
 {
-    const auto& marks = seekableIndex(__LINE__).marks;
-    return marks.empty() ? 0 : marks.begin()->first;
+    return firstKey(index().marks);
 }
 
-std::int32_t ycArchive::lastMarkNum()
+std::int32_t yc_ArchiveSeekable::lastMark()
 {
-    const auto& marks = seekableIndex(__LINE__).marks;
+    const auto& marks = index().marks;
     return marks.empty() ? 0 : marks.rbegin()->first;
 }
 
-std::int32_t ycArchive::nextMarkNum(std::int32_t number)
+std::int32_t yc_ArchiveSeekable::nextMark(std::int32_t number)
 {
-    const auto& marks = seekableIndex(__LINE__).marks;
-    auto it = marks.upper_bound(number);
-    return it == marks.end() ? 0 : it->first;
+    return keyAfter(index().marks, number);
 }
 
-std::int32_t ycArchive::prevMarkNum(std::int32_t number)
+std::int32_t yc_ArchiveSeekable::prevMark(std::int32_t number)
 {
-    const auto& marks = seekableIndex(__LINE__).marks;
+    const auto& marks = index().marks;
     auto it = marks.lower_bound(number);
     return it == marks.begin() ? 0 : std::prev(it)->first;
 }
 
-void ycArchive::setStartingNum(std::int32_t number)
+void yc_ArchiveSeekable::startMarksAt(std::int32_t number)
 {
-    yc_ArchiveIndex& marks = seekableIndex(__LINE__);
-    ymAssert(isStoring());
-    ymAssert(validNumber(number));
-    if (!isStoring() || !validNumber(number)) return;
-    marks.nextMark = number;
+    startAt(&Index::nextMark, number);
 }
 
-// --- objects ----------------------------------------------------------------
-
-std::int32_t ycArchive::storeObject(ycPersistent* object)
+void yc_ArchiveSeekable::startAt(std::int32_t Index::*counter, std::int32_t number)
 {
-    seekableIndex(__LINE__);
-    ymAssert(isStoring());
-    ymAssert(object != nullptr);
-    if (!isStoring() || object == nullptr) return 0;
-    if (version_ == 0) throw CannotWriteToOldArchive(kSourceName, __LINE__);
-    return objects().storeObject(*object);
+    Index& ix = index();
+    ymAssert(codec_.isStoring());
+    ymAssert(yf_ValidArchiveNumber(number));
+    if (!codec_.isStoring() || !yf_ValidArchiveNumber(number)) return;
+    ix.*counter = number;
 }
 
-std::unique_ptr<ycPersistent> ycArchive::loadObject()
+// --- objects --------------------------------------------------------------------
+
+std::int32_t yc_ArchiveSeekable::takeObjectId()
 {
-    seekableIndex(__LINE__);
-    ymAssert(isLoading());
-    if (!isLoading()) return nullptr;
-    if (!markerAhead(kYcPointerMarker)) return objects().readRecord();
-    expectMarker(kYcPointerMarker);
-    std::int32_t id = getScalar<std::int32_t>();
-    return objects().loadIndexed(id);
+    Index& ix = index();
+    return Index::take(ix.nextId, ix.objects);
 }
 
-ycArchive::pos ycArchive::findObject(std::int32_t id)
+void yc_ArchiveSeekable::addObject(std::int32_t id, const ObjectPlace& place)
 {
-    yc_ArchiveIndex& objects = seekableIndex(__LINE__);
-    ymAssert(isLoading());
-    ymAssert(validNumber(id));
-    if (!isLoading()) return -1;
-    auto it = objects.objects.find(id);
-    if (it == objects.objects.end()) throw NotFound(kSourceName, __LINE__);
-    rawSeek(it->second.position);
-    objects.currentObject = id;
-    return it->second.position;
+    Index& ix = index();
+    ix.objects[id] = place;
+    ix.currentObject = id;
 }
 
-std::int32_t ycArchive::firstObjectID()
+std::optional<yc_ArchiveSeekable::ObjectPlace> yc_ArchiveSeekable::object(std::int32_t id)
 {
-    const auto& objects = seekableIndex(__LINE__).objects;
-    ymAssert(isLoading());
-    return objects.empty() ? 0 : objects.begin()->first;
-}
-
-std::int32_t ycArchive::nextObjectID(std::int32_t id)
-{
-    const auto& objects = seekableIndex(__LINE__).objects;
-    ymAssert(isLoading());
-    auto it = objects.upper_bound(id);
-    return it == objects.end() ? 0 : it->first;
-}
-
-ycArchive::pos ycArchive::objectHeader(std::int32_t& id, std::uint64_t& size, bool& large)
-{
-    pos at = tell();
-    try {
-        expectMarker(kYcObjectMarker);
-        std::int32_t readId = getScalar<std::int32_t>();
-        std::uint32_t small = getScalar<std::uint32_t>();
-        std::uint64_t readSize = small;
-        if (small == kYcLargeSize) {
-            const auto& objects = index().objects;
-            auto it = objects.find(readId);
-            if (it == objects.end() || it->second.position != at) throw BadContent(kSourceName, __LINE__);
-            readSize = it->second.size;
-        }
-        rawSeek(at);
-        id = readId;
-        size = readSize;
-        large = small == kYcLargeSize;
-        return at;
-    } catch (...) {
-        rawSeek(at);
-        throw;
-    }
-}
-
-void ycArchive::readObjectHeader(std::int32_t& id, std::uint32_t& size, pos& position)
-{
-    seekableIndex(__LINE__);
-    ymAssert(isLoading());
-    if (!isLoading()) return;
-    std::int32_t readId = 0;
-    std::uint64_t readSize = 0;
-    bool large = false;
-    pos at = objectHeader(readId, readSize, large);
-    if (large) throw BadType(kSourceName, __LINE__); // only the 64-bit form holds it
-    id = readId;
-    size = static_cast<std::uint32_t>(readSize);
-    position = at;
-}
-
-void ycArchive::readObjectHeader64(std::int32_t& id, std::uint64_t& size, pos& position)
-{
-    seekableIndex(__LINE__);
-    ymAssert(isLoading());
-    if (!isLoading()) return;
-    bool large = false;
-    position = objectHeader(id, size, large);
-}
-
-std::string ycArchive::objectTypeName()
-{
-    seekableIndex(__LINE__);
-    ymAssert(isLoading());
-    if (!isLoading()) return {};
-    pos at = tell();
-    std::string name;
-    try {
-        expectMarker(kYcObjectMarker);
-        getScalar<std::int32_t>();
-        getScalar<std::uint32_t>();
-        *this || name;
-    } catch (...) {
-        rawSeek(at);
-        throw;
-    }
-    rawSeek(at);
-    return name;
-}
-
-void ycArchive::removeObject()
-{
-    yc_ArchiveIndex& objects = seekableIndex(__LINE__);
-    ymAssert(isStoring());
-    if (!isStoring()) return;
-    auto it = objects.objects.find(objects.currentObject);
-    if (it == objects.objects.end()) throw NotFound(kSourceName, __LINE__);
-    patch(it->second.position + 4, std::int32_t{0});
-    this->objects().forgetId(it->first);
-    objects.objects.erase(it);
-    objects.currentObject = 0;
-}
-
-void ycArchive::setStartingID(std::int32_t id)
-{
-    yc_ArchiveIndex& objects = seekableIndex(__LINE__);
-    ymAssert(isStoring());
-    ymAssert(validNumber(id));
-    if (!isStoring() || !validNumber(id)) return;
-    objects.nextId = id;
-}
-
-// --- pointers ---------------------------------------------------------------
-
-ycArchive::pos ycArchive::firstPointerPos()
-{
-    yc_ArchiveIndex& pointers = seekableIndex(__LINE__);
-    pointers.currentPointer = pointers.pointers.empty() ? -1 : pointers.pointers.begin()->first;
-    return pointers.currentPointer;
-}
-
-ycArchive::pos ycArchive::nextPointerPos()
-{
-    yc_ArchiveIndex& pointers = seekableIndex(__LINE__);
-    if (pointers.currentPointer < 0) return -1;
-    auto it = pointers.pointers.upper_bound(pointers.currentPointer);
-    pointers.currentPointer = it == pointers.pointers.end() ? -1 : it->first;
-    return pointers.currentPointer;
-}
-
-std::int32_t ycArchive::pointerObjectID()
-{
-    yc_ArchiveIndex& pointers = seekableIndex(__LINE__);
-    auto it = pointers.pointers.find(pointers.currentPointer);
-    if (it == pointers.pointers.end()) throw NotFound(kSourceName, __LINE__);
+    const auto& objects = index().objects;
+    auto it = objects.find(id);
+    if (it == objects.end()) return std::nullopt;
     return it->second;
 }
 
-void ycArchive::pointerObjectID(std::int32_t id)
+yc_ArchiveSeekable::pos yc_ArchiveSeekable::findObject(std::int32_t id)
 {
-    yc_ArchiveIndex& pointers = seekableIndex(__LINE__);
-    ymAssert(isStoring());
-    ymAssert(validNumber(id));
-    if (!isStoring() || !validNumber(id)) return;
-    auto it = pointers.pointers.find(pointers.currentPointer);
-    if (it == pointers.pointers.end() || !pointers.objects.count(id)) throw NotFound(kSourceName, __LINE__);
-    patch(it->first, id);
+    std::optional<ObjectPlace> place = object(id);
+    if (!place) notFound(__LINE__);
+    codec_.seekTo(place->position);
+    index().currentObject = id;
+    return place->position;
+}
+
+void yc_ArchiveSeekable::currentObject(std::int32_t id)
+{
+    index().currentObject = id;
+}
+
+std::int32_t yc_ArchiveSeekable::firstObject()
+{
+    return firstKey(index().objects);
+}
+
+std::int32_t yc_ArchiveSeekable::nextObject(std::int32_t id)
+{
+    return keyAfter(index().objects, id);
+}
+
+std::int32_t yc_ArchiveSeekable::removeObject()
+{
+    Index& ix = index();
+    ymAssert(codec_.isStoring());
+    if (!codec_.isStoring()) return 0;
+    const std::int32_t id = ix.currentObject;
+    dropEntry(*this, ix.objects, id, [](const auto& object) { return object.second.position + 4; });
+    ix.currentObject = 0;
+    return id;
+}
+
+void yc_ArchiveSeekable::startObjectsAt(std::int32_t id)
+{
+    startAt(&Index::nextId, id);
+}
+
+// --- pointers -------------------------------------------------------------------
+
+void yc_ArchiveSeekable::addPointer(pos at, std::int32_t id)
+{
+    index().pointers[at] = id;
+}
+
+yc_ArchiveSeekable::pos yc_ArchiveSeekable::firstPointer()
+{
+    Index& ix = index();
+    ix.currentPointer = ix.pointers.empty() ? -1 : ix.pointers.begin()->first;
+    return ix.currentPointer;
+}
+
+yc_ArchiveSeekable::pos yc_ArchiveSeekable::nextPointer()
+{
+    Index& ix = index();
+    if (ix.currentPointer < 0) return -1;
+    auto it = ix.pointers.upper_bound(ix.currentPointer);
+    ix.currentPointer = it == ix.pointers.end() ? -1 : it->first;
+    return ix.currentPointer;
+}
+
+std::int32_t yc_ArchiveSeekable::pointerId()
+{
+    Index& ix = index();
+    auto it = ix.pointers.find(ix.currentPointer);
+    if (it == ix.pointers.end()) notFound(__LINE__);
+    return it->second;
+}
+
+void yc_ArchiveSeekable::pointerId(std::int32_t id)
+{
+    Index& ix = index();
+    ymAssert(codec_.isStoring());
+    ymAssert(yf_ValidArchiveNumber(id));
+    if (!codec_.isStoring() || !yf_ValidArchiveNumber(id)) return;
+    auto it = ix.pointers.find(ix.currentPointer);
+    if (it == ix.pointers.end() || !ix.objects.count(id)) notFound(__LINE__);
+    patch(it->first, static_cast<std::uint32_t>(id));
     it->second = id;
 }
 
-void ycArchive::removePointer()
+void yc_ArchiveSeekable::removePointer()
 {
-    yc_ArchiveIndex& pointers = seekableIndex(__LINE__);
-    ymAssert(isStoring());
-    if (!isStoring()) return;
-    auto it = pointers.pointers.find(pointers.currentPointer);
-    if (it == pointers.pointers.end()) throw NotFound(kSourceName, __LINE__);
-    patch(it->first, std::int32_t{0});
-    pointers.pointers.erase(it);
+    Index& ix = index();
+    ymAssert(codec_.isStoring());
+    if (!codec_.isStoring()) return;
+    dropEntry(*this, ix.pointers, ix.currentPointer, [](const auto& pointer) { return pointer.first; });
 }

@@ -438,25 +438,8 @@ bool yc_PelRoot::checkStoredGeometry(const StoredGeometry& g)
     return true;
 }
 
-std::optional<std::uint64_t> yc_PelRoot::streamRoom(ycArchive& ar)
+void yc_PelRoot::checkStoredSize(const StoredGeometry& g, std::size_t pelSize, std::size_t planes)
 {
-    const ycArchive::pos here = ar.tell();
-    if (here < 0) return std::nullopt;
-    try {
-        ar.seek(0, std::ios_base::end);
-    } catch (const ycArchive::BadBuffer&) {
-        return std::nullopt;
-    }
-    const ycArchive::pos end = ar.tell();
-    ar.seek(here);
-    if (end < here) return std::nullopt;
-    return static_cast<std::uint64_t>(end - here);
-}
-
-void yc_PelRoot::checkStoredSize(const StoredGeometry& g, std::size_t pelSize, std::size_t planes,
-                                 std::uint64_t pelBytes, std::optional<std::uint64_t> room)
-{
-    if (room && pelBytes > *room) throw ycArchive::Eof(kSourceName, __LINE__);
     const std::int64_t rowUpdate = std::int64_t{g.width} + padPelsNeeded(g.width, pelSize, g.alignModulus);
     if (rowUpdate > kI32Max) throw ycArchive::BadContent(kSourceName, __LINE__);
     const std::uint64_t rows = static_cast<std::uint64_t>(g.height) * planes;
@@ -598,9 +581,10 @@ void yc_TypedPelRoot<T>::load(ycArchive& ar)
 
     constexpr std::size_t planes = std::same_as<T, yc3PlanePel> ? 3 : 1;
     const std::uint64_t count = static_cast<std::uint64_t>(g.width) * static_cast<std::uint64_t>(g.height);
-    const std::uint64_t bytes = mulOrMax(count, sizeof(T));
-    if (std::optional<std::uint64_t> room = streamRoom(ar)) {
-        checkStoredSize(g, kPlaneBytes, planes, bytes, room);
+    // Read straight into the root where the stream holds every pel, else
+    // gathered as they arrive.
+    if (ar.roomFor(count, sizeof(T)) == count) {
+        checkStoredSize(g, kPlaneBytes, planes);
         ycPelRoot<T> fresh(g.width, g.height, g.alignModulus);
         std::vector<T> scratch;
         for (std::int32_t y = 0; y < g.height; ++y) readRow(ar, fresh.at(0, y), g.width, scratch);
@@ -608,7 +592,7 @@ void yc_TypedPelRoot<T>::load(ycArchive& ar)
         self.swapPels(fresh);
     } else {
         std::vector<T> staged = gatherPels<T>(ar, count);
-        checkStoredSize(g, kPlaneBytes, planes, bytes, std::nullopt);
+        checkStoredSize(g, kPlaneBytes, planes);
         ycPelRoot<T> fresh(g.width, g.height, g.alignModulus);
         fromDense(staged.data(), fresh.at(0, 0), fresh.rowUpdate_, g.width, g.height);
         mutating();

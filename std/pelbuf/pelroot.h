@@ -251,12 +251,8 @@ protected:
         std::int32_t alignModulus = 0;
     };
     static bool checkStoredGeometry(const StoredGeometry& g);
-    // Bytes left in the stream, or nothing when it cannot tell.
-    static std::optional<std::uint64_t> streamRoom(ycArchive& ar);
-    // Eof when `pelBytes` cannot be in the stream; BadContent when the
-    // padded storage is out of proportion.
-    static void checkStoredSize(const StoredGeometry& g, std::size_t pelSize, std::size_t planes,
-                                std::uint64_t pelBytes, std::optional<std::uint64_t> room);
+    // BadContent when the padded storage is out of proportion.
+    static void checkStoredSize(const StoredGeometry& g, std::size_t pelSize, std::size_t planes);
     // The flags word; tells how many scratch values follow.
     static int transferFlags(ycArchive& ar);
     // BadContent when a load of `g` would change the geometry under views.
