@@ -5,6 +5,18 @@
 
 namespace {
 using Handle = ycPtrHandle_const<yc2XformBase>;
+
+// The bits of ycXform<2>::mapPoint, on the coordinates apart: a member hands
+// its point back in two registers, and reading the two stores back as one
+// 16-byte vector stalls.
+void affine(const ycXform<2>& f, double& x, double& y)
+{
+    const ycMatrix<2>& m = f.matrix();
+    const double nx = m.element(0, 0) * x + m.element(0, 1) * y + f.trans().x();
+    const double ny = m.element(1, 0) * x + m.element(1, 1) * y + f.trans().y();
+    x = nx;
+    y = ny;
+}
 } // namespace
 
 yc2XformComposed::yc2XformComposed(const yc2XformBase& x, bool clone)
@@ -109,30 +121,27 @@ bool yc2XformComposed::checkChangeable(const yc2XformBase* m) const
     return ok;
 }
 
-yc2XformComposed::Members yc2XformComposed::insertedAt(bool front, Handle m) const
+void yc2XformComposed::insert(const yc2XformBase& x, bool copy, bool front)
 {
+    if (!checkChangeable()) return;
+    Handle m = yfShareOrClone(x, !copy);
+    if (!checkChangeable(m.get())) return;
     Members next;
     next.reserve(members_.size() + 1);
-    if (front) next.push_back(std::move(m));
+    if (front) next.push_back(m);
     next.insert(next.end(), members_.begin(), members_.end());
-    if (!front) next.push_back(std::move(m));
-    return next;
+    if (!front) next.push_back(m);
+    setMembers(std::move(next), Refusal::Compose);
 }
 
 void yc2XformComposed::postCompose(const yc2XformBase& x, bool copy)
 {
-    if (!checkChangeable()) return;
-    Handle m = yfShareOrClone(x, !copy);
-    if (!checkChangeable(m.get())) return;
-    setMembers(insertedAt(false, std::move(m)), Refusal::Compose);
+    insert(x, copy, false);
 }
 
 void yc2XformComposed::preCompose(const yc2XformBase& x, bool copy)
 {
-    if (!checkChangeable()) return;
-    Handle m = yfShareOrClone(x, !copy);
-    if (!checkChangeable(m.get())) return;
-    setMembers(insertedAt(true, std::move(m)), Refusal::Compose);
+    insert(x, copy, true);
 }
 
 struct yc2XformComposed::Inverses {
@@ -178,10 +187,23 @@ bool yc2XformComposed::checkNotEmpty() const
 
 ycVector<2> yc2XformComposed::mapPoint(const ycVector<2>& p) const
 {
+    double x = p.x();
+    double y = p.y();
+    if (linear_ && steps_.size() == 1) {
+        affine(steps_.front().linear, x, y);
+        return ycVector<2>(x, y);
+    }
     checkNotEmpty();
-    ycVector<2> q = p;
-    for (const Step& s : steps_) q = s.member ? s.member->mapPoint(q) : s.linear.mapPoint(q);
-    return q;
+    for (const Step& s : steps_) {
+        if (!s.member) {
+            affine(s.linear, x, y);
+            continue;
+        }
+        const ycVector<2> q = s.member->mapPoint(ycVector<2>(x, y));
+        x = q.x();
+        y = q.y();
+    }
+    return ycVector<2>(x, y);
 }
 
 bool yc2XformComposed::isLinear() const

@@ -118,7 +118,8 @@ private:
     void setMembers(Members members, Refusal refusal);
     // False (after the assertion) when this may not change, or `m` is this.
     bool checkChangeable(const yc2XformBase* m = nullptr) const;
-    Members insertedAt(bool front, ycPtrHandle_const<yc2XformBase> m) const;
+    // x at the front (applied last) or the end (applied first).
+    void insert(const yc2XformBase& x, bool copy, bool front);
     struct Inverses;
     // The inverses of `members` in reverse order.
     static Members invertedList(const Members& members, Inverses& done);
