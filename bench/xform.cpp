@@ -1,7 +1,8 @@
 // Mapping points through transforms, in points per second: the value
 // transform, the linear member through its virtual mapPoint, a sequence of
-// three linear members, and a perspective member, each beside the same
-// arithmetic written by hand on bare doubles.
+// three linear members (folded into one affine map when built), and a
+// perspective member, each beside the same arithmetic written by hand on
+// bare doubles.
 #include "std/math/xfcomp.h"
 #include "std/math/xflinear.h"
 #include "std/math/xform.h"

@@ -12,7 +12,34 @@ const ycPtrHandle_const<yc2XformBase>& sharedIdentity()
 
 yc2XformCache::yc2XformCache() : forward_(sharedIdentity()) {}
 
+yc2XformCache::yc2XformCache(const yc2XformCache& other)
+    : ycPersistent(other), forward_(other.forward_), inverse_(other.inverseNow()), linear_(other.linear_),
+      linearForm_(other.linearForm_)
+{
+}
+
+yc2XformCache& yc2XformCache::operator=(const yc2XformCache& other)
+{
+    if (this == &other) return *this;
+    ycPtrHandle_const<yc2XformBase> inverse = other.inverseNow();
+    ycPersistent::operator=(other);
+    forward_ = other.forward_;
+    {
+        std::lock_guard<std::mutex> guard(inverseLock_);
+        inverse_ = std::move(inverse);
+    }
+    linear_ = other.linear_;
+    linearForm_ = other.linearForm_;
+    return *this;
+}
+
 yc2XformCache::~yc2XformCache() = default;
+
+ycPtrHandle_const<yc2XformBase> yc2XformCache::inverseNow() const
+{
+    std::lock_guard<std::mutex> guard(inverseLock_);
+    return inverse_;
+}
 
 void yc2XformCache::setForward(ycPtrHandle_const<yc2XformBase> h)
 {
@@ -20,7 +47,10 @@ void yc2XformCache::setForward(ycPtrHandle_const<yc2XformBase> h)
     yc2XformLinear form = linear ? h->linearXform(ycVector<2>()) : yc2XformLinear();
     mutating();
     forward_ = std::move(h);
-    inverse_ = nullptr;
+    {
+        std::lock_guard<std::mutex> guard(inverseLock_);
+        inverse_ = nullptr;
+    }
     linear_ = linear;
     linearForm_ = form;
 }
@@ -39,6 +69,9 @@ void yc2XformCache::xform(const ycPtrHandle_const<yc2XformBase>& h, bool copy)
 
 const ycPtrHandle_const<yc2XformBase>& yc2XformCache::xformInverse() const
 {
+    // Once set, inverse_ changes only through non-const members, so the
+    // reference stays valid for readers after the lock is let go.
+    std::lock_guard<std::mutex> guard(inverseLock_);
     if (!inverse_) inverse_ = forward_->inverseBase();
     return inverse_;
 }
@@ -58,6 +91,7 @@ void yc2XformCache::xformInverse(const ycPtrHandle_const<yc2XformBase>& h, bool 
 void yc2XformCache::setInverse(ycPtrHandle_const<yc2XformBase> h)
 {
     mutating();
+    std::lock_guard<std::mutex> guard(inverseLock_);
     inverse_ = std::move(h);
 }
 
@@ -79,8 +113,9 @@ void yc2XformCache::dispatchSerialize(ycArchive& ar)
         if (version != 0) unknownVersion(kSourceName, __LINE__);
         ycPersistent::dispatchSerialize(ar);
         if (ar.isStoring()) {
+            ycPtrHandle_const<yc2XformBase> inverse = inverseNow();
             yfSerializeHandle(ar, forward_);
-            yfSerializeHandle(ar, inverse_);
+            yfSerializeHandle(ar, inverse);
             return;
         }
         ycPtrHandle_const<yc2XformBase> forward;
@@ -89,6 +124,7 @@ void yc2XformCache::dispatchSerialize(ycArchive& ar)
         if (!forward) throw ycArchive::BadContent(kSourceName, __LINE__);
         yfSerializeHandle(ar, inverse);
         setForward(std::move(forward));
+        std::lock_guard<std::mutex> guard(inverseLock_);
         inverse_ = std::move(inverse);
     });
 }

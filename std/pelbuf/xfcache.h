@@ -11,8 +11,11 @@
 // forward transform is not linear; linearXformInverse() of a singular one
 // throws ycMathError::Singular.
 //
-// The lazy inverse is filled without a lock: one cache must not be used from
-// two threads at once (the transforms it holds may be).
+// Const members may be called from many threads at once: the lazy inverse is
+// computed under the cache's own lock, once, and copying a cache reads it
+// under that lock too. Changing a cache while another thread reads it is,
+// as for any object, not allowed. Computing the inverse is bounded as the
+// transforms are (see xfcomp.h).
 //
 // Archive form (below the ycPersistent level): version byte 0, the forward
 // transform as an object reference (never null), then the inverse as one
@@ -25,12 +28,14 @@
 #include "std/math/xflinear.h"
 #include "std/pelbuf/pbuf_com.h"
 
+#include <mutex>
+
 class TLVSTD_API yc2XformCache : public ycPersistent {
 public:
     yc2XformCache();
     explicit yc2XformCache(const yc2XformBase& x) { xform(x); }
-    yc2XformCache(const yc2XformCache&) = default;
-    yc2XformCache& operator=(const yc2XformCache&) = default;
+    yc2XformCache(const yc2XformCache& other);
+    yc2XformCache& operator=(const yc2XformCache& other);
     ~yc2XformCache() override;
 
     const ycPtrHandle_const<yc2XformBase>& xform() const { return forward_; }
@@ -59,8 +64,12 @@ private:
     void setForward(ycPtrHandle_const<yc2XformBase> h);
     void setInverse(ycPtrHandle_const<yc2XformBase> h);
 
+    // The inverse as it stands, read under the lock.
+    ycPtrHandle_const<yc2XformBase> inverseNow() const;
+
     ycPtrHandle_const<yc2XformBase> forward_;
-    mutable ycPtrHandle_const<yc2XformBase> inverse_;
+    mutable std::mutex inverseLock_;
+    mutable ycPtrHandle_const<yc2XformBase> inverse_; // filled under inverseLock_
     bool linear_ = true;
     yc2XformLinear linearForm_;
 };
