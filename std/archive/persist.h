@@ -38,7 +38,9 @@ void yfSerializeHandle(ycArchive& ar, ycPtrHandle<T>& h)
         ar, const_cast<Plain*>(h.get()), out,
         [](ycPersistent* p) { return dynamic_cast<Plain*>(p) != nullptr; },
         [](ycPersistent* p) { Traits::acquire(static_cast<Plain*>(p)); },
-        [](ycPersistent* p) { Traits::release(static_cast<Plain*>(p)); });
+        [](ycPersistent* p) {
+            if (Traits::drop(static_cast<Plain*>(p))) Traits::dispose(static_cast<Plain*>(p));
+        });
     h = ycPtrHandle<T>(static_cast<Plain*>(out));
 }
 

@@ -281,10 +281,8 @@ template <class T>
     requires std::derived_from<T, yc_PelRoot>
 struct ycHandleTraits<T> {
     static void acquire(const T* p) noexcept { yc_PelRoot::refInc(p); }
-    static void release(const T* p) noexcept
-    {
-        if (yc_PelRoot::refDec(p) == 0) yfDestroyPelRoot(p);
-    }
+    static bool drop(const T* p) noexcept { return yc_PelRoot::refDec(p) == 0; }
+    static void dispose(const T* p) noexcept { yfDestroyPelRoot(p); }
 };
 
 // A view's hold on a root: a share that also counts in viewCount() while it
@@ -353,13 +351,8 @@ template <class R>
     requires std::derived_from<R, yc_PelRoot>
 ycPelRootOwner<R> yfDisconnectPelRoot(ycPtrHandle<R>& handle)
 {
-    R* root = handle.get();
-    if (!yc_PelRoot::soleLocalShare(root)) return {};
-    // Through 2 and back, so that dropping the handle cannot reach 0.
-    yc_PelRoot::refInc(root);
-    handle.reset();
-    yc_PelRoot::refDec(root);
-    return ycPelRootOwner<R>(root);
+    if (!yc_PelRoot::soleLocalShare(handle.get())) return {};
+    return ycPelRootOwner<R>(handle.disown());
 }
 
 template <ycPelType T>

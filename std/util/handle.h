@@ -45,13 +45,13 @@ private:
     mutable std::atomic<std::int32_t> count_{0};
 };
 
+// How a handle counts: takes a share, drops one (true when it was the last),
+// and disposes of an object whose last share went.
 template <class T>
 struct ycHandleTraits {
     static void acquire(const T* p) noexcept { p->refInc(); }
-    static void release(const T* p) noexcept
-    {
-        if (p->refDec() == 0) delete p;
-    }
+    static bool drop(const T* p) noexcept { return p->refDec() == 0; }
+    static void dispose(const T* p) noexcept { delete p; }
 };
 
 template <class T>
@@ -81,6 +81,15 @@ public:
     }
 
     void reset(T* p = nullptr) noexcept { *this = ycPtrHandle(p); }
+    // Lets go of an object this handle alone shares without disposing of it:
+    // the count goes back to 0 and the caller owns the object, as before any
+    // handle took it. Null, and the handle unchanged, when others share it.
+    [[nodiscard]] T* disown() noexcept
+    {
+        if (!p_ || p_->refCount() != 1) return nullptr;
+        Traits::drop(p_);
+        return std::exchange(p_, nullptr);
+    }
     T* get() const noexcept { return p_; }
     T* operator->() const noexcept { return p_; }
     T& operator*() const noexcept { return *p_; }
@@ -105,7 +114,9 @@ private:
     }
     void release() noexcept
     {
-        if (p_) Traits::release(std::exchange(p_, nullptr));
+        if (!p_) return;
+        T* p = std::exchange(p_, nullptr);
+        if (Traits::drop(p)) Traits::dispose(p);
     }
 
     T* p_ = nullptr;

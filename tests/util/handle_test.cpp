@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <memory>
 #include <vector>
 
 namespace {
@@ -61,6 +62,14 @@ TEST(Handles, SharesAndConversions)
             Counted copy = *a; // a copy is a new object without shares
             EXPECT_EQ(copy.refCount(), 0);
         }
+        EXPECT_EQ(gDestroyed, 1);
+        // Disowning takes the count back to 0 only from the one share left.
+        EXPECT_EQ(a.disown(), nullptr);
+        base.reset();
+        std::unique_ptr<Counted> owned(a.disown());
+        ASSERT_TRUE(owned);
+        EXPECT_EQ(a, nullptr);
+        EXPECT_EQ(owned->refCount(), 0);
         EXPECT_EQ(gDestroyed, 1);
     }
     EXPECT_EQ(gDestroyed, 2);
