@@ -156,7 +156,8 @@ yc2XformComposed::Members yc2XformComposed::invertedList(const Members& members,
     inverted.reserve(members.size());
     for (auto it = members.rbegin(); it != members.rend(); ++it) {
         const Handle& m = *it;
-        if (typeid(*m) != typeid(yc2XformComposed)) {
+        const yc2XformBase& member = *m;
+        if (typeid(member) != typeid(yc2XformComposed)) {
             inverted.push_back(m->inverseBase());
             continue;
         }
