@@ -4,7 +4,7 @@
 #   ./dev.sh test    build with sanitizers and run every test [preset: clang]
 #   ./dev.sh tsan    build with ThreadSanitizer and run the tests labelled threads
 #   ./dev.sh bench   build optimised and run the benchmarks [filter]
-#   ./dev.sh fuzz    build the fuzz targets with clang and run them [seconds]
+#   ./dev.sh fuzz    build the fuzz targets with clang and run each [seconds, 60]
 #   ./dev.sh seeds   rewrite the committed fuzz seeds from the archive tests
 # Each installs the Debian packages it needs first.
 set -euo pipefail
@@ -134,8 +134,9 @@ case "${1:-}" in
       for seed in fuzz/seeds/"$name"/*; do
         if [ -f "$seed" ] && [ ! -e "$corpus/$(basename "$seed")" ]; then cp "$seed" "$corpus"/; fi
       done
-      # A finding (a fault, a slow input, too much memory) stops the run with a
-      # non-zero status; its input lands in build/fuzz/findings.
+      # Each target runs for the given seconds. A finding (a fault, an input
+      # slower than 10 s, too much memory) stops the run with a non-zero
+      # status; its input lands in build/fuzz/findings.
       "$f" "$corpus" -max_total_time="$secs" -timeout=10 -rss_limit_mb=2048 -malloc_limit_mb=256 \
         -print_final_stats=1 -artifact_prefix=build/fuzz/findings/"$name"-
     done
@@ -148,8 +149,11 @@ case "${1:-}" in
     check=(./build/dev/tests/test_archive --gtest_filter='FuzzSeeds.CommittedCorpusIsCurrent')
     # The test writes the seeds it makes, then compares them with the committed ones.
     TLVSTD_TEST_OUT=$out "${check[@]}" >/dev/null || true
-    mkdir -p fuzz/seeds/fuzz_archive
-    cp "$out"/seeds/fuzz_archive/* fuzz/seeds/fuzz_archive/
+    for made in "$out"/seeds/*/; do
+      name=$(basename "$made")
+      mkdir -p fuzz/seeds/"$name"
+      cp "$made"* fuzz/seeds/"$name"/
+    done
     TLVSTD_TEST_OUT=$out "${check[@]}"
     git status --short fuzz/seeds 2>/dev/null || true
     ;;
