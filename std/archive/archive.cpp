@@ -54,6 +54,11 @@ void ycArchive::finish() noexcept
     }
 }
 
+void ycArchive::releaseLoaded()
+{
+    objects().releaseHeld();
+}
+
 yc_ArchiveObjects& ycArchive::objects()
 {
     if (!objects_) objects_ = std::make_unique<yc_ArchiveObjects>(*this, codec_, layer_.get());

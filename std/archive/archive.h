@@ -22,6 +22,16 @@
 //   filearchive.h, memarchive.h   the concrete archives
 // ycArchive is the interface a persistent class sees; its operations forward
 // to those parts.
+//
+// What a loading archive keeps alive. Counted objects that object references
+// load are shared again by later references to the same object. A plain
+// archive can read each record only once, so it keeps a share of every
+// counted object it made until it is destroyed or releaseLoaded() is called:
+// call that where a stream's later records no longer refer to earlier ones (a
+// socket carrying one image after another), or memory grows with the stream.
+// A seekable archive keeps nothing: an object whose last handle went is
+// loaded again from its record when a later reference names it. Either way
+// the archive's bookkeeping costs the same per object however many it met.
 #ifndef TLVSTD_ARCHIVE_ARCHIVE_H
 #define TLVSTD_ARCHIVE_ARCHIVE_H
 
@@ -118,6 +128,10 @@ public:
     // Flushes what was written to the stream; a storing seekable archive first
     // writes its index, so that the stream is a whole archive at this point.
     void sync();
+    // Loading: gives up the shares this archive keeps of the counted objects
+    // it loaded so far (see above); those nobody else holds go now, and a
+    // later reference to one of them in a plain archive is BadContent.
+    void releaseLoaded();
 
     // Everything below needs a seekable archive (NotSeekable otherwise).
     // Numbers of marks and ids of objects are 1 to 0x7ffffffe; where a

@@ -65,8 +65,7 @@ yc_ArchiveObjects::~yc_ArchiveObjects()
         std::lock_guard<std::mutex> guard(open.lock);
         open.all.erase(std::find(open.all.begin(), open.all.end(), this));
     }
-    // Outside the lock: a release may destroy an object, which forgets itself.
-    for (auto [object, release] : held_) release(object);
+    releaseHeld();
 }
 
 void yc_ArchiveObjects::hold(ycPersistent* object, void (*release)(ycPersistent*))
@@ -74,30 +73,62 @@ void yc_ArchiveObjects::hold(ycPersistent* object, void (*release)(ycPersistent*
     held_.emplace_back(object, release);
 }
 
+void yc_ArchiveObjects::releaseHeld() noexcept
+{
+    // Outside the lock: a release may destroy an object, which forgets itself.
+    for (auto [object, release] : std::exchange(held_, {})) release(object);
+}
+
+namespace {
+
+// Erases the pair (key, value) from a map and its reverse, if the map holds it.
+template <class Forward, class Reverse>
+void erasePair(Forward& forward, Reverse& reverse, const typename Forward::key_type& key)
+{
+    auto it = forward.find(key);
+    if (it == forward.end()) return;
+    auto back = reverse.find(it->second);
+    if (back != reverse.end() && back->second == key) reverse.erase(back);
+    forward.erase(it);
+}
+
+// Enters (key, value) in a map and its reverse, dropping what either held.
+template <class Forward, class Reverse>
+void enterPair(Forward& forward, Reverse& reverse, const typename Forward::key_type& key,
+               const typename Forward::mapped_type& value)
+{
+    erasePair(forward, reverse, key);
+    erasePair(reverse, forward, value);
+    forward.emplace(key, value);
+    reverse.emplace(value, key);
+}
+
+} // namespace
+
 void yc_ArchiveObjects::forget(ycPersistent* object, bool destroyed) noexcept
 {
     OpenTables& open = openTables();
     std::lock_guard<std::mutex> guard(open.lock);
     for (yc_ArchiveObjects* table : open.all) {
-        table->written_.erase(object);
-        if (destroyed) std::erase_if(table->loaded_, [object](const auto& entry) { return entry.second == object; });
+        erasePair(table->written_, table->writtenIds_, object);
+        if (destroyed) erasePair(table->loadedIds_, table->loaded_, object);
     }
 }
 
 void yc_ArchiveObjects::forgetId(std::int32_t id)
 {
     std::lock_guard<std::mutex> guard(openTables().lock);
-    std::erase_if(written_, [id](const auto& entry) { return entry.second == id; });
+    erasePair(writtenIds_, written_, id);
 }
 
 void yc_ArchiveObjects::enter(ycPersistent* object, std::int32_t id)
 {
     std::lock_guard<std::mutex> guard(openTables().lock);
     if (ar_.isStoring()) {
-        written_[object] = id;
+        enterPair(written_, writtenIds_, object, id);
         object->stored_ = true;
     } else if (id > 0) {
-        loaded_[id] = object;
+        enterPair(loaded_, loadedIds_, id, object);
         object->loaded_ = true;
     }
 }

@@ -15,7 +15,13 @@
 // first. Tables join a process-wide list, so that an object that changes
 // (mutating()) or dies is forgotten by every archive that knows it: a later
 // store writes it again, and a new object at the same address is never taken
-// for the old one.
+// for the old one. Each table keeps both directions of its maps, so that
+// forgetting costs the same whatever the table holds.
+//
+// Holding: a plain archive keeps a share of every counted object it makes
+// until it goes away or releaseHeld() is called, because a later reference
+// can find the object nowhere else. A seekable archive holds nothing: an
+// object that died is loaded again from its record when referred to.
 #ifndef TLVSTD_ARCHIVE_OBJECTS_H
 #define TLVSTD_ARCHIVE_OBJECTS_H
 
@@ -87,8 +93,12 @@ public:
     // it then is a cycle, and a share taken of it would end its life early.
     bool isBeingRead(const ycPersistent* object) const;
 
-    // Keeps a share of a loaded counted object until the archive goes away.
+    // Whether the archive keeps a share of each counted object it makes.
+    bool holdsLoaded() const { return seekable_ == nullptr; }
+    // Keeps a share of a loaded counted object until the archive goes away
+    // or releaseHeld() is called.
     void hold(ycPersistent* object, void (*release)(ycPersistent*));
+    void releaseHeld() noexcept;
 
     // The id of an object already written, or 0.
     std::int32_t idOf(const ycPersistent* object) const;
@@ -120,7 +130,9 @@ private:
     std::int32_t next_ = 1; // plain archives number records as they come
     std::vector<const ycPersistent*> reading_; // records being read inside one another
     std::unordered_map<const ycPersistent*, std::int32_t> written_;
+    std::unordered_map<std::int32_t, const ycPersistent*> writtenIds_;
     std::unordered_map<std::int32_t, ycPersistent*> loaded_;
+    std::unordered_map<const ycPersistent*, std::int32_t> loadedIds_;
     std::vector<std::pair<ycPersistent*, void (*)(ycPersistent*)>> held_;
 };
 

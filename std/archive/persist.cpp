@@ -141,11 +141,14 @@ void ycPersistent::serializeCounted(ycArchive& ar, ycPersistent* in, ycPersisten
         ref.fresh = objects.loadIndexed(ref.id);
         ref.known = nullptr;
     }
-    ycPersistent* object = ref.get();
-    out = object;
-    if (ref.fresh) {
+    out = ref.get();
+    // A seekable archive can read a record again, so it lets what it made go
+    // with its last handle; a plain one keeps a share for later references.
+    if (ref.fresh && objects.holdsLoaded()) {
         acquire(ref.fresh.release());
         objects.hold(out, release);
+    } else {
+        ref.fresh.release(); // the caller's handle takes it next, without a throw between
     }
 }
 

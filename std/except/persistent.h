@@ -66,9 +66,10 @@ public:
     //  - serializeOwned: a new object into `out`, its one owner; a reference
     //    back to an object loaded earlier is BadContent. `isA` checks the
     //    type. Returns true when the archive is loading.
-    //  - serializeCounted: counted objects, shared through handles; the
+    //  - serializeCounted: counted objects, shared through handles; a plain
     //    archive holds a share of each object it makes (`acquire`) and gives
-    //    it back (`release`) when it goes away.
+    //    it back (`release`) when it goes away; where it holds none, `out`
+    //    has no share yet and the caller's handle must take it at once.
     static void serializePointer(ycArchive& ar, ycPersistent* in, ycPersistent*& out);
     static bool serializeOwned(ycArchive& ar, ycPersistent* in, std::unique_ptr<ycPersistent>& out,
                                bool (*isA)(ycPersistent*));

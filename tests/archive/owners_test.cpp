@@ -5,9 +5,12 @@
 #include "../support/gear.h"
 
 #include "std/archive/archive.h"
+#include "std/archive/memarchive.h"
 #include "std/math/xflinear.h"
 
 #include <gtest/gtest.h>
+
+#include <vector>
 
 // One owned and one counted reference.
 class Holder : public ycPersistent {
@@ -29,6 +32,48 @@ protected:
     }
 };
 ymImplementPersistent(Holder, "Holder")
+
+// A counted object that knows how many of its kind are alive, and a record
+// that refers to one.
+class Tracked : public ycPersistent, public ycRepBase {
+    ymDeclarePersistent(Tracked);
+
+public:
+    Tracked() { ++live; }
+    Tracked(const Tracked&) : ycPersistent(), ycRepBase() { ++live; }
+    ~Tracked() override { --live; }
+    static inline int live = 0;
+    std::int32_t value = 0;
+
+protected:
+    void dispatchSerialize(ycArchive& ar) override
+    {
+        serializeLevel(ar, this, 0, [&](std::uint8_t version) {
+            if (version != 0) unknownVersion("Tracked", 0);
+            ycPersistent::dispatchSerialize(ar);
+            ar || value;
+        });
+    }
+};
+ymImplementPersistent(Tracked, "Tracked")
+
+class Link : public ycPersistent {
+    ymDeclarePersistent(Link);
+
+public:
+    ycPtrHandle<Tracked> target;
+
+protected:
+    void dispatchSerialize(ycArchive& ar) override
+    {
+        serializeLevel(ar, this, 0, [&](std::uint8_t version) {
+            if (version != 0) unknownVersion("Link", 0);
+            ycPersistent::dispatchSerialize(ar);
+            yfSerializeHandle(ar, target);
+        });
+    }
+};
+ymImplementPersistent(Link, "Link")
 
 namespace {
 
@@ -53,7 +98,8 @@ TEST(Owners, OwnedAndCountedReferencesRoundTrip)
         ASSERT_TRUE(back) << seekable;
         EXPECT_EQ(dynamic_cast<Gear&>(*back->owned).width, 7);
         EXPECT_EQ(back->counted->xform(), kScale.xform());
-        EXPECT_EQ(back->counted->refCount(), 2); // the field and the archive
+        // The field, and a plain archive's own share until it goes.
+        EXPECT_EQ(back->counted->refCount(), seekable ? 1 : 2);
     }
 }
 
@@ -93,6 +139,52 @@ TEST(Owners, AnObjectLoadedAsARecordKeepsItsOwner)
         EXPECT_NE(back->counted.get(), record.get());
         EXPECT_EQ(back->counted->xform(), kScale.xform());
     }
+}
+
+// Links 1..n each to a target of their own, then one more link back to the
+// first target.
+std::string links(bool seekable, int n)
+{
+    ycMemoryArchive out(ycArchive::littleEndian, seekable);
+    std::vector<Link> all(n + 1);
+    for (int i = 0; i < n; ++i) {
+        all[i].target = yfMakeHandle<Tracked>();
+        all[i].target->value = i;
+    }
+    all[n].target = all[0].target;
+    for (Link& link : all) {
+        if (seekable) {
+            out.storeObject(&link);
+        } else {
+            out << link;
+        }
+    }
+    return bytesOf(out);
+}
+
+// A seekable archive lets what it loaded go with the last handle and loads it
+// again when referred to; a plain one keeps it until releaseLoaded() or its end.
+TEST(Owners, WhatALoadingArchiveKeepsAlive)
+{
+    constexpr int n = 100;
+    for (bool seekable : {false, true}) {
+        LoadArchive in(links(seekable, n), seekable);
+        for (int i = 0; i < n; ++i) {
+            auto link = seekable ? in->loadObject() : ycPersistent::readObject(*in);
+            EXPECT_EQ(dynamic_cast<Link&>(*link).target->value, i);
+        }
+        EXPECT_EQ(Tracked::live, seekable ? 0 : n) << seekable;
+        in->releaseLoaded();
+        EXPECT_EQ(Tracked::live, 0);
+        // The last link refers back to the first target.
+        if (seekable) {
+            auto last = in->loadObject();
+            EXPECT_EQ(dynamic_cast<Link&>(*last).target->value, 0);
+        } else {
+            EXPECT_THROW(ycPersistent::readObject(*in), ycArchive::BadContent);
+        }
+    }
+    EXPECT_EQ(Tracked::live, 0);
 }
 
 } // namespace
