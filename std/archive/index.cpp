@@ -47,29 +47,88 @@ template std::int32_t yc_ArchiveSeekable::Index::take(std::int32_t&, const std::
 template std::int32_t yc_ArchiveSeekable::Index::take(std::int32_t&,
                                                       const std::map<std::int32_t, ObjectPlace>&);
 
-yc_ArchiveSeekable::pos yc_ArchiveSeekable::Index::read(yc_ArchiveCodec& codec)
+void yc_ArchiveSeekable::Directory::read(yc_ArchiveCodec& codec)
 {
     const pos end = codec.streamEnd();
     if (end < 2 + kTrailerSize) throw ycArchive::BadType(kSourceName, __LINE__);
-    const pos tableEnd = end - kTrailerSize;
+    tableEnd = end - kTrailerSize;
     codec.seekTo(tableEnd);
-    const pos at = codec.get<std::int64_t>();
+    at = codec.get<std::int64_t>();
     codec.expectMarker(kTrailerMarker);
     if (at < 2 || at > tableEnd - kIndexHead) badContent(__LINE__);
 
     codec.seekTo(at);
     codec.expectMarker(kIndexMarker);
-    std::int32_t firstFreeId = codec.get<std::int32_t>();
-    std::int32_t firstFreeMark = codec.get<std::int32_t>();
+    nextId = codec.get<std::int32_t>();
+    nextMark = codec.get<std::int32_t>();
     // A counter past the last usable number (0x7FFFFFFF) says they are all used.
-    if (firstFreeId < 1 || firstFreeMark < 1) badContent(__LINE__);
-    std::uint32_t markCount = codec.get<std::uint32_t>();
-    std::uint32_t objectCount = codec.get<std::uint32_t>();
-    std::uint32_t pointerCount = codec.get<std::uint32_t>();
+    if (nextId < 1 || nextMark < 1) badContent(__LINE__);
+    markCount = codec.get<std::uint32_t>();
+    objectCount = codec.get<std::uint32_t>();
+    pointerCount = codec.get<std::uint32_t>();
     // The counts must fit where the index is before anything is read for them.
     const auto room = static_cast<std::uint64_t>(tableEnd - at - kIndexHead);
-    if (markCount * kMarkEntry + objectCount * kObjectEntry + pointerCount * kPointerEntry > room)
-        badContent(__LINE__);
+    const std::uint64_t entries = markCount * kMarkEntry + objectCount * kObjectEntry + pointerCount * kPointerEntry;
+    if (entries > room) badContent(__LINE__);
+    // Each large-size tail adds 12 bytes, and only an earlier, longer index
+    // leaves zero bytes: less than a tail's room left over means neither can
+    // be there. Otherwise the entries are read as a whole.
+    fixed = room - entries < kLargeTail;
+}
+
+namespace {
+
+// Binary search for the entry whose leading key is `key` among `count`
+// entries of `stride` bytes sorted by it; the codec is left after the key.
+bool seekEntry(yc_ArchiveCodec& codec, yc_ArchiveSeekable::pos from, std::uint32_t count, std::uint64_t stride,
+               std::int32_t key)
+{
+    std::uint32_t low = 0, high = count;
+    while (low < high) {
+        const std::uint32_t mid = low + (high - low) / 2;
+        codec.seekTo(from + static_cast<yc_ArchiveSeekable::pos>(mid * stride));
+        const auto found = codec.get<std::int32_t>();
+        if (found == key) return true;
+        if (found < key) {
+            low = mid + 1;
+        } else {
+            high = mid;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+std::optional<yc_ArchiveSeekable::pos> yc_ArchiveSeekable::Directory::findMark(yc_ArchiveCodec& codec,
+                                                                              std::int32_t number) const
+{
+    if (!seekEntry(codec, at + kIndexHead, markCount, kMarkEntry, number)) return std::nullopt;
+    const pos position = codec.get<std::int64_t>();
+    if (position < 2 || position > at - kMarkRecord) badContent(__LINE__);
+    return position;
+}
+
+std::optional<yc_ArchiveSeekable::ObjectPlace> yc_ArchiveSeekable::Directory::findObject(yc_ArchiveCodec& codec,
+                                                                                        std::int32_t id) const
+{
+    const pos objectsAt = at + kIndexHead + static_cast<pos>(markCount * kMarkEntry);
+    if (!seekEntry(codec, objectsAt, objectCount, kObjectEntry, id)) return std::nullopt;
+    const pos position = codec.get<std::int64_t>();
+    const std::uint64_t size = codec.get<std::uint32_t>();
+    if (size == kYcLargeSize) badContent(__LINE__); // a tail the index has no room for
+    if (position < 2 || position > at - kObjectRecord) badContent(__LINE__);
+    if (size > static_cast<std::uint64_t>(at - position - kObjectRecord)) badContent(__LINE__);
+    return ObjectPlace{position, size, false};
+}
+
+yc_ArchiveSeekable::pos yc_ArchiveSeekable::Index::read(yc_ArchiveCodec& codec)
+{
+    Directory head;
+    head.read(codec);
+    const pos at = head.at;
+    const std::uint32_t markCount = head.markCount, objectCount = head.objectCount, pointerCount = head.pointerCount;
+    const auto room = static_cast<std::uint64_t>(head.tableEnd - at - kIndexHead);
 
     std::map<std::int32_t, pos> readMarks;
     for (std::uint32_t i = 0; i < markCount; ++i) {
@@ -107,8 +166,8 @@ yc_ArchiveSeekable::pos yc_ArchiveSeekable::Index::read(yc_ArchiveCodec& codec)
     marks = std::move(readMarks);
     objects = std::move(readObjects);
     pointers = std::move(readPointers);
-    nextId = firstFreeId;
-    nextMark = firstFreeMark;
+    nextId = head.nextId;
+    nextMark = head.nextMark;
     return at;
 }
 

@@ -7,8 +7,30 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 
 inline constexpr unsigned char kYcMarkMarker[4] = {0xA7, 0x4D, 0x4B, 0x31};
+
+// What the trailer and the head of a stream's index say, read without its
+// entries. While no object entry has the large-size tail every entry has a
+// fixed size, and marks and objects are found by a binary search in place.
+struct yc_ArchiveSeekable::Directory {
+    pos at = 0;       // where the index starts, and the data ends
+    pos tableEnd = 0; // where the trailer starts
+    std::int32_t nextId = 1;
+    std::int32_t nextMark = 1;
+    std::uint32_t markCount = 0;
+    std::uint32_t objectCount = 0;
+    std::uint32_t pointerCount = 0;
+    bool fixed = false; // known for sure to have no large-size tail
+
+    // Reads the trailer and the index head; the codec is left after the head.
+    void read(yc_ArchiveCodec& codec);
+    // The position of the record of mark `number`, or of object `id`, if the
+    // index lists it. Only while `fixed`; the codec's position moves.
+    std::optional<pos> findMark(yc_ArchiveCodec& codec, std::int32_t number) const;
+    std::optional<ObjectPlace> findObject(yc_ArchiveCodec& codec, std::int32_t id) const;
+};
 
 struct yc_ArchiveSeekable::Index {
     std::map<std::int32_t, pos> marks;
@@ -16,11 +38,6 @@ struct yc_ArchiveSeekable::Index {
     std::map<pos, std::int32_t> pointers; // position of the id -> id
     std::int32_t nextId = 1;
     std::int32_t nextMark = 1;
-
-    // What the last operation landed on: 0 or -1 for nothing.
-    std::int32_t currentMark = 0;
-    std::int32_t currentObject = 0;
-    pos currentPointer = -1;
 
     // The smallest unused number from the counter on; the counter moves past it.
     template <class Map>

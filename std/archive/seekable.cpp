@@ -61,21 +61,50 @@ yc_ArchiveSeekable::yc_ArchiveSeekable(yc_ArchiveCodec& codec) : codec_(codec)
 
 yc_ArchiveSeekable::~yc_ArchiveSeekable() = default;
 
+template <class F>
+auto yc_ArchiveSeekable::keepingPosition(F&& f)
+{
+    const pos here = codec_.tell();
+    try {
+        auto result = f();
+        codec_.seekTo(here);
+        return result;
+    } catch (...) {
+        codec_.seekTo(here);
+        throw;
+    }
+}
+
 yc_ArchiveSeekable::Index& yc_ArchiveSeekable::index()
 {
     if (!index_) {
         auto read = std::make_unique<Index>();
-        const pos here = codec_.tell();
-        try {
-            high_ = read->read(codec_);
-        } catch (...) {
-            codec_.seekTo(here);
-            throw;
-        }
-        codec_.seekTo(here);
+        high_ = keepingPosition([&] { return read->read(codec_); });
         index_ = std::move(read);
+        directory_.reset();
     }
     return *index_;
+}
+
+yc_ArchiveSeekable::Directory* yc_ArchiveSeekable::inPlace()
+{
+    if (index_ || codec_.isStoring()) return nullptr;
+    if (!directory_) {
+        auto read = std::make_unique<Directory>();
+        keepingPosition([&] {
+            read->read(codec_);
+            return 0;
+        });
+        directory_ = std::move(read);
+    }
+    return directory_->fixed ? directory_.get() : nullptr;
+}
+
+yc_ArchiveSeekable::pos yc_ArchiveSeekable::dataEnd()
+{
+    if (Directory* d = inPlace()) return d->at;
+    index();
+    return high_;
 }
 
 // --- positions ----------------------------------------------------------------
@@ -88,7 +117,7 @@ void yc_ArchiveSeekable::noteHigh()
 void yc_ArchiveSeekable::seek(std::int64_t offset, std::ios_base::seekdir whence)
 {
     noteHigh();
-    pos from = whence == std::ios_base::beg ? 0 : whence == std::ios_base::cur ? codec_.tell() : (index(), high_);
+    pos from = whence == std::ios_base::beg ? 0 : whence == std::ios_base::cur ? codec_.tell() : dataEnd();
     codec_.seekTo(from + offset);
 }
 
@@ -150,7 +179,7 @@ std::int32_t yc_ArchiveSeekable::writeMark(std::int32_t number)
     codec_.putMarker(kYcMarkMarker);
     codec_.put(number);
     ix.marks[number] = at;
-    ix.currentMark = number;
+    currentMark_ = number;
     return number;
 }
 
@@ -160,7 +189,7 @@ std::int32_t yc_ArchiveSeekable::renumberMark(std::int32_t number)
     ymAssert(codec_.isStoring());
     ymAssert(validOrFree(number));
     if (!codec_.isStoring() || !validOrFree(number)) return 0;
-    auto it = ix.marks.find(ix.currentMark);
+    auto it = ix.marks.find(currentMark_);
     if (it == ix.marks.end()) notFound(__LINE__);
     if (number == it->first) return number;
     if (number != 0 && ix.marks.count(number)) throw ycArchive::Duplicate(kSourceName, __LINE__);
@@ -169,7 +198,7 @@ std::int32_t yc_ArchiveSeekable::renumberMark(std::int32_t number)
     patch(at + 4, static_cast<std::uint32_t>(number));
     ix.marks.erase(it);
     ix.marks[number] = at;
-    ix.currentMark = number;
+    currentMark_ = number;
     return number;
 }
 
@@ -178,28 +207,33 @@ void yc_ArchiveSeekable::removeMark()
     Index& ix = index();
     ymAssert(codec_.isStoring());
     if (!codec_.isStoring()) return;
-    dropEntry(*this, ix.marks, ix.currentMark, [](const auto& mark) { return mark.second + 4; });
-    ix.currentMark = 0;
+    dropEntry(*this, ix.marks, currentMark_, [](const auto& mark) { return mark.second + 4; });
+    currentMark_ = 0;
 }
 
 std::int32_t yc_ArchiveSeekable::readMark()
 {
-    Index& ix = index();
     codec_.expectMarker(kYcMarkMarker);
-    ix.currentMark = codec_.get<std::int32_t>();
-    return ix.currentMark;
+    currentMark_ = codec_.get<std::int32_t>();
+    return currentMark_;
 }
 
 yc_ArchiveSeekable::pos yc_ArchiveSeekable::findMark(std::int32_t number)
 {
-    Index& ix = index();
     ymAssert(yf_ValidArchiveNumber(number));
-    auto it = ix.marks.find(number);
-    if (it == ix.marks.end()) notFound(__LINE__);
+    std::optional<pos> at;
+    if (Directory* d = inPlace()) {
+        at = keepingPosition([&] { return d->findMark(codec_, number); });
+    } else {
+        const auto& marks = index().marks;
+        auto it = marks.find(number);
+        if (it != marks.end()) at = it->second;
+    }
+    if (!at) notFound(__LINE__);
     noteHigh();
-    codec_.seekTo(it->second);
-    ix.currentMark = number;
-    return it->second;
+    codec_.seekTo(*at);
+    currentMark_ = number;
+    return *at;
 }
 
 void yc_ArchiveSeekable::skipMark()
@@ -213,7 +247,7 @@ void yc_ArchiveSeekable::skipMark()
     const pos at = codec_.tell();
     auto it = std::find_if(ix.marks.begin(), ix.marks.end(), [at](const auto& m) { return m.second == at; });
     if (it == ix.marks.end()) throw ycArchive::BadType(kSourceName, __LINE__);
-    ix.currentMark = it->first;
+    currentMark_ = it->first;
     seek(at + kMarkRecord, std::ios_base::beg);
 }
 
@@ -266,11 +300,12 @@ void yc_ArchiveSeekable::addObject(std::int32_t id, const ObjectPlace& place)
 {
     Index& ix = index();
     ix.objects[id] = place;
-    ix.currentObject = id;
+    currentObject_ = id;
 }
 
 std::optional<yc_ArchiveSeekable::ObjectPlace> yc_ArchiveSeekable::object(std::int32_t id)
 {
+    if (Directory* d = inPlace()) return keepingPosition([&] { return d->findObject(codec_, id); });
     const auto& objects = index().objects;
     auto it = objects.find(id);
     if (it == objects.end()) return std::nullopt;
@@ -282,13 +317,13 @@ yc_ArchiveSeekable::pos yc_ArchiveSeekable::findObject(std::int32_t id)
     std::optional<ObjectPlace> place = object(id);
     if (!place) notFound(__LINE__);
     codec_.seekTo(place->position);
-    index().currentObject = id;
+    currentObject_ = id;
     return place->position;
 }
 
 void yc_ArchiveSeekable::currentObject(std::int32_t id)
 {
-    index().currentObject = id;
+    currentObject_ = id;
 }
 
 std::int32_t yc_ArchiveSeekable::firstObject()
@@ -306,9 +341,9 @@ std::int32_t yc_ArchiveSeekable::removeObject()
     Index& ix = index();
     ymAssert(codec_.isStoring());
     if (!codec_.isStoring()) return 0;
-    const std::int32_t id = ix.currentObject;
+    const std::int32_t id = currentObject_;
     dropEntry(*this, ix.objects, id, [](const auto& object) { return object.second.position + 4; });
-    ix.currentObject = 0;
+    currentObject_ = 0;
     return id;
 }
 
@@ -327,23 +362,23 @@ void yc_ArchiveSeekable::addPointer(pos at, std::int32_t id)
 yc_ArchiveSeekable::pos yc_ArchiveSeekable::firstPointer()
 {
     Index& ix = index();
-    ix.currentPointer = ix.pointers.empty() ? -1 : ix.pointers.begin()->first;
-    return ix.currentPointer;
+    currentPointer_ = ix.pointers.empty() ? -1 : ix.pointers.begin()->first;
+    return currentPointer_;
 }
 
 yc_ArchiveSeekable::pos yc_ArchiveSeekable::nextPointer()
 {
     Index& ix = index();
-    if (ix.currentPointer < 0) return -1;
-    auto it = ix.pointers.upper_bound(ix.currentPointer);
-    ix.currentPointer = it == ix.pointers.end() ? -1 : it->first;
-    return ix.currentPointer;
+    if (currentPointer_ < 0) return -1;
+    auto it = ix.pointers.upper_bound(currentPointer_);
+    currentPointer_ = it == ix.pointers.end() ? -1 : it->first;
+    return currentPointer_;
 }
 
 std::int32_t yc_ArchiveSeekable::pointerId()
 {
     Index& ix = index();
-    auto it = ix.pointers.find(ix.currentPointer);
+    auto it = ix.pointers.find(currentPointer_);
     if (it == ix.pointers.end()) notFound(__LINE__);
     return it->second;
 }
@@ -354,7 +389,7 @@ void yc_ArchiveSeekable::pointerId(std::int32_t id)
     ymAssert(codec_.isStoring());
     ymAssert(yf_ValidArchiveNumber(id));
     if (!codec_.isStoring() || !yf_ValidArchiveNumber(id)) return;
-    auto it = ix.pointers.find(ix.currentPointer);
+    auto it = ix.pointers.find(currentPointer_);
     if (it == ix.pointers.end() || !ix.objects.count(id)) notFound(__LINE__);
     patch(it->first, static_cast<std::uint32_t>(id));
     it->second = id;
@@ -365,5 +400,5 @@ void yc_ArchiveSeekable::removePointer()
     Index& ix = index();
     ymAssert(codec_.isStoring());
     if (!codec_.isStoring()) return;
-    dropEntry(*this, ix.pointers, ix.currentPointer, [](const auto& pointer) { return pointer.first; });
+    dropEntry(*this, ix.pointers, currentPointer_, [](const auto& pointer) { return pointer.first; });
 }

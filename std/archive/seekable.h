@@ -137,8 +137,17 @@ public:
 
 private:
     struct Index;
+    struct Directory;
     // The index, read from the stream at first use when loading.
     Index& index();
+    // Loading before the index is read: the stream's directory, when its
+    // entries can be searched in place; else null.
+    Directory* inPlace();
+    // Where the data ends.
+    pos dataEnd();
+    // Runs `f`, then puts the codec back where it was.
+    template <class F>
+    auto keepingPosition(F&& f);
     // Storing: where the automatic numbering of marks or objects goes on.
     void startAt(std::int32_t Index::*counter, std::int32_t number);
     // Storing: remembers how far the data reaches before the position moves.
@@ -147,9 +156,14 @@ private:
 
     yc_ArchiveCodec& codec_;
     std::unique_ptr<Index> index_;
+    std::unique_ptr<Directory> directory_;
     pos high_ = 0;            // how far the data reaches (where the index goes)
     pos saved_[2] = {-1, -1}; // each direction's position while the other is in use
     bool changed_ = false;
+    // What the last operation landed on: 0 or -1 for nothing.
+    std::int32_t currentMark_ = 0;
+    std::int32_t currentObject_ = 0;
+    pos currentPointer_ = -1;
 };
 
 #endif
