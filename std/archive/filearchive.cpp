@@ -137,6 +137,8 @@ void yc_FileBuffer::flush()
 void yc_FileBuffer::moveWindow()
 {
     flush();
+    // Reading on where the window ended reads whole windows.
+    nextRead_ = pos_ == base_ + static_cast<std::int64_t>(held_) ? kWindow : kFirstRead;
     base_ = pos_;
     held_ = 0;
 }
@@ -145,9 +147,11 @@ bool yc_FileBuffer::fill()
 {
     const std::int64_t from = base_ + static_cast<std::int64_t>(held_);
     if (held_ == kWindow || from >= fileSize_) return false;
-    const std::size_t want = static_cast<std::size_t>(std::min<std::int64_t>(kWindow - held_, fileSize_ - from));
+    const std::size_t room = std::min(kWindow - held_, nextRead_);
+    const std::size_t want = static_cast<std::size_t>(std::min<std::int64_t>(room, fileSize_ - from));
     const std::size_t got = readFully(fd_, window_.get() + held_, want, from);
     held_ += got;
+    nextRead_ = std::min(nextRead_ * 2, kWindow);
     return got > 0;
 }
 

@@ -31,6 +31,9 @@
 class TLVSTD_API yc_FileBuffer : public std::streambuf {
 public:
     static constexpr std::size_t kWindow = 64 * 1024;
+    // A window started by a jump reads this much first, and twice as much
+    // at each further read, so that lookups here and there read little.
+    static constexpr std::size_t kFirstRead = 4 * 1024;
 
     yc_FileBuffer() = default;
     ~yc_FileBuffer() override;
@@ -67,6 +70,7 @@ private:
     std::int64_t base_ = 0;   // file position of window_[0]
     std::size_t held_ = 0;    // window_[0, held_) are the stream's bytes there
     std::size_t dirtyFrom_ = 0, dirtyTo_ = 0; // bytes not yet in the file
+    std::size_t nextRead_ = kWindow;
     std::int64_t pos_ = 0;
     std::int64_t fileSize_ = 0; // what the file itself holds
 };

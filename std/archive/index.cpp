@@ -25,6 +25,8 @@ constexpr unsigned char kLargeSizeMarker[4] = {0x6F, 0x8B, 0x68, 0x45};
 constexpr unsigned char kIndexMarker[4] = {0xA7, 0x49, 0x44, 0x58};
 constexpr unsigned char kTrailerMarker[4] = {0xA7, 0x45, 0x4E, 0x44};
 constexpr std::int64_t kTrailerSize = 12;
+// Levels of the searches in place whose keys are kept: at most 2^12 keys.
+constexpr int kTopLevels = 12;
 
 [[noreturn]] void badContent(int line)
 {
@@ -76,18 +78,23 @@ void yc_ArchiveSeekable::Directory::read(yc_ArchiveCodec& codec)
     fixed = room - entries < kLargeTail;
 }
 
-namespace {
-
-// Binary search for the entry whose leading key is `key` among `count`
-// entries of `stride` bytes sorted by it; the codec is left after the key.
-bool seekEntry(yc_ArchiveCodec& codec, yc_ArchiveSeekable::pos from, std::uint32_t count, std::uint64_t stride,
-               std::int32_t key)
+bool yc_ArchiveSeekable::Directory::seekEntry(yc_ArchiveCodec& codec, pos from, std::uint32_t count,
+                                              std::uint64_t stride, std::int32_t key)
 {
     std::uint32_t low = 0, high = count;
-    while (low < high) {
+    for (int depth = 0; low < high; ++depth) {
         const std::uint32_t mid = low + (high - low) / 2;
-        codec.seekTo(from + static_cast<yc_ArchiveSeekable::pos>(mid * stride));
-        const auto found = codec.get<std::int32_t>();
+        const pos entry = from + static_cast<pos>(mid * stride);
+        std::int32_t found = 0;
+        auto known = topKeys.find(entry);
+        if (known != topKeys.end()) {
+            found = known->second;
+            if (found == key) codec.seekTo(entry + 4);
+        } else {
+            codec.seekTo(entry);
+            found = codec.get<std::int32_t>();
+            if (depth < kTopLevels) topKeys.emplace(entry, found);
+        }
         if (found == key) return true;
         if (found < key) {
             low = mid + 1;
@@ -98,10 +105,8 @@ bool seekEntry(yc_ArchiveCodec& codec, yc_ArchiveSeekable::pos from, std::uint32
     return false;
 }
 
-} // namespace
-
 std::optional<yc_ArchiveSeekable::pos> yc_ArchiveSeekable::Directory::findMark(yc_ArchiveCodec& codec,
-                                                                              std::int32_t number) const
+                                                                              std::int32_t number)
 {
     if (!seekEntry(codec, at + kIndexHead, markCount, kMarkEntry, number)) return std::nullopt;
     const pos position = codec.get<std::int64_t>();
@@ -110,7 +115,7 @@ std::optional<yc_ArchiveSeekable::pos> yc_ArchiveSeekable::Directory::findMark(y
 }
 
 std::optional<yc_ArchiveSeekable::ObjectPlace> yc_ArchiveSeekable::Directory::findObject(yc_ArchiveCodec& codec,
-                                                                                        std::int32_t id) const
+                                                                                        std::int32_t id)
 {
     const pos objectsAt = at + kIndexHead + static_cast<pos>(markCount * kMarkEntry);
     if (!seekEntry(codec, objectsAt, objectCount, kObjectEntry, id)) return std::nullopt;

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <unordered_map>
 
 inline constexpr unsigned char kYcMarkMarker[4] = {0xA7, 0x4D, 0x4B, 0x31};
 
@@ -23,13 +24,21 @@ struct yc_ArchiveSeekable::Directory {
     std::uint32_t objectCount = 0;
     std::uint32_t pointerCount = 0;
     bool fixed = false; // known for sure to have no large-size tail
+    // The keys at the top levels of the searches, by position: every search
+    // passes them, so later ones read only the few entries near their own.
+    std::unordered_map<pos, std::int32_t> topKeys;
 
     // Reads the trailer and the index head; the codec is left after the head.
     void read(yc_ArchiveCodec& codec);
     // The position of the record of mark `number`, or of object `id`, if the
     // index lists it. Only while `fixed`; the codec's position moves.
-    std::optional<pos> findMark(yc_ArchiveCodec& codec, std::int32_t number) const;
-    std::optional<ObjectPlace> findObject(yc_ArchiveCodec& codec, std::int32_t id) const;
+    std::optional<pos> findMark(yc_ArchiveCodec& codec, std::int32_t number);
+    std::optional<ObjectPlace> findObject(yc_ArchiveCodec& codec, std::int32_t id);
+
+private:
+    // Binary search for the entry whose leading key is `key` among `count`
+    // entries of `stride` bytes from `from`; leaves the codec after the key.
+    bool seekEntry(yc_ArchiveCodec& codec, pos from, std::uint32_t count, std::uint64_t stride, std::int32_t key);
 };
 
 struct yc_ArchiveSeekable::Index {

@@ -396,4 +396,148 @@ TEST(SeekableArchive, DamagedIndexesAreRefused)
         EXPECT_THROW(LoadArchive(good.substr(0, cut), true)->firstObjectID(), ycArchive::Errors) << cut;
 }
 
+// The file buffer against a string that does what a file does, with one
+// position for reads and writes: steps across the window's edges, blocks
+// larger than the window, writes past the end, patches behind the window.
+TEST(FileBuffer, ReadsAndWritesAsTheFileHoldsThem)
+{
+    constexpr std::int64_t W = yc_FileBuffer::kWindow;
+    struct Step {
+        std::int64_t at;   // -1: where the last step ended
+        std::int64_t size; // > 0 write that many bytes, < 0 read, 0 sync
+    };
+    const std::vector<Step> steps = {
+        {0, 100},    {-1, W},      {50, 8},     {-1, -W},     {W - 3, 6},  {10, -20},   {3 * W + 5, 4},
+        {-1, 2 * W + 7}, {W + 1, 4}, {0, -(6 * W)}, {0, 0},     {2 * W, -5}, {7, 3},      {-1, -(W + 9)},
+        {9 * W, 1},  {8 * W, -10}, {-1, 0},     {0, -(10 * W)},
+    };
+    const std::filesystem::path path = testOutputDir() + "/buffer.bin";
+    std::string model;
+    std::int64_t pos = 0;
+    std::uint8_t next = 1;
+    {
+        yc_FileBuffer file;
+        ASSERT_TRUE(file.open(path, std::ios_base::in | std::ios_base::out | std::ios_base::trunc));
+        for (std::size_t i = 0; i < steps.size(); ++i) {
+            SCOPED_TRACE(i);
+            const Step& step = steps[i];
+            if (step.at >= 0) pos = step.at;
+            ASSERT_EQ(file.pubseekpos(pos), pos);
+            if (step.size > 0) {
+                std::string bytes(static_cast<std::size_t>(step.size), '\0');
+                for (char& c : bytes) c = static_cast<char>(next++ | 1);
+                ASSERT_EQ(file.sputn(bytes.data(), step.size), step.size);
+                if (model.size() < static_cast<std::size_t>(pos)) model.resize(static_cast<std::size_t>(pos), '\0');
+                model.replace(static_cast<std::size_t>(pos), bytes.size(), bytes);
+                pos += step.size;
+            } else if (step.size < 0) {
+                std::string got(static_cast<std::size_t>(-step.size), '\0');
+                const auto read = file.sgetn(got.data(), -step.size);
+                const std::string want = pos < static_cast<std::int64_t>(model.size())
+                                             ? model.substr(static_cast<std::size_t>(pos), got.size())
+                                             : std::string();
+                ASSERT_EQ(read, static_cast<std::streamsize>(want.size()));
+                ASSERT_EQ(got.substr(0, want.size()), want);
+                pos += read;
+            } else {
+                ASSERT_EQ(file.pubsync(), 0);
+            }
+            ASSERT_EQ(file.pubseekoff(0, std::ios_base::end), static_cast<std::int64_t>(model.size()));
+        }
+    }
+    EXPECT_EQ(fileBytes(path), model);
+    yc_FileBuffer readOnly;
+    ASSERT_TRUE(readOnly.open(path, std::ios_base::in));
+    EXPECT_EQ(readOnly.sputn("x", 1), 0);
+    EXPECT_EQ(readOnly.sgetc(), static_cast<unsigned char>(model[0]));
+    EXPECT_EQ(readOnly.sbumpc(), static_cast<unsigned char>(model[0]));
+    EXPECT_EQ(readOnly.sgetc(), static_cast<unsigned char>(model[1]));
+}
+
+// Lookups by id and number search the index in place when its entries have
+// their fixed size, and read it whole when a large-size tail or the zero
+// bytes of an earlier, longer index may be there: all find the same records.
+TEST(SeekableFile, LookupsAgreeWhetherTheIndexIsSearchedOrRead)
+{
+    struct Threshold {
+        std::uint64_t previous = yf_SetArchiveLargeObjectSize(std::uint64_t(1) << 40);
+        ~Threshold() { yf_SetArchiveLargeObjectSize(previous); }
+    } threshold;
+    const std::wstring path = yfWiden(testOutputDir()) + L"/lookups.arc";
+    enum Form { plain, withLarge, shrunk };
+    for (Form form : {plain, withLarge, shrunk}) {
+        SCOPED_TRACE(static_cast<int>(form));
+        constexpr int kCount = 300;
+        {
+            yf_SetArchiveLargeObjectSize(form == withLarge ? 26 : std::uint64_t(1) << 40);
+            ycFileArchive out(path, ycArchive::storing, ycArchive::bigEndian, true);
+            for (int i = 1; i <= kCount; ++i) {
+                Gear g(i % 50 == 0 ? "a longer name" : "g", i);
+                out.storeObject(&g);
+                if (i % 100 == 0) out.writeNewMark(i);
+            }
+        }
+        if (form == shrunk) {
+            // Removing objects leaves the new index shorter than the old.
+            ycFileArchive more(path, ycArchive::loading, ycArchive::bigEndian, true, false);
+            for (int id : {3, 150, 151}) {
+                more.findObject(id);
+                more.mode(ycArchive::storing);
+                more.removeObject();
+                more.mode(ycArchive::loading);
+            }
+        }
+        ycFileArchive in(path, ycArchive::loading, ycArchive::bigEndian, true);
+        for (int id : {1, 2, 3, 150, 151, 152, kCount, kCount + 1}) {
+            const bool gone = id == kCount + 1 || (form == shrunk && (id == 3 || id == 150 || id == 151));
+            if (gone) {
+                EXPECT_THROW(in.findObject(id), ycArchive::NotFound) << id;
+                continue;
+            }
+            in.findObject(id);
+            EXPECT_EQ(asGear(in.loadObject()).width, id);
+        }
+        for (int mark : {100, 200, 300}) {
+            in.findMark(mark);
+            std::int32_t read = 0;
+            in.readMark(read);
+            EXPECT_EQ(read, mark);
+            if (mark < kCount) {
+                EXPECT_EQ(asGear(in.loadObject()).width, mark + 1);
+            }
+        }
+        EXPECT_THROW(in.findMark(50), ycArchive::NotFound);
+        EXPECT_EQ(in.firstObjectID(), 1);
+    }
+}
+
+// A damaged object entry found by a search in place is refused as when the
+// index is read whole.
+TEST(SeekableArchive, DamagedEntriesFoundInPlaceAreRefused)
+{
+    ycMemoryArchive out(ycArchive::littleEndian, true);
+    Gear w("w", 1);
+    out.storeObject(&w);
+    const std::string good = bytesOf(out);
+    const std::size_t entry = good.size() - 12 - 16;
+    auto put32 = [&](std::size_t at, std::uint32_t v) {
+        std::string s = good;
+        for (int i = 0; i < 4; ++i) s[at + i] = static_cast<char>(v >> (8 * i));
+        return s;
+    };
+    const std::string rows[] = {
+        put32(entry + 4, static_cast<std::uint32_t>(entry)), // record past the data
+        put32(entry + 4, 0),                                 // record in the header
+        put32(entry + 12, 0xFFFFFF),                         // size past the data
+        put32(entry + 12, 0xFFFFFFFF),                       // a tail with no room
+    };
+    for (std::size_t i = 0; i < std::size(rows); ++i) {
+        LoadArchive in(rows[i], true);
+        EXPECT_THROW(in->findObject(1), ycArchive::BadContent) << i;
+        EXPECT_EQ(in->tell(), 2) << i;
+    }
+    LoadArchive in(good, true);
+    EXPECT_EQ(in->findObject(1), 2);
+}
+
 } // namespace
