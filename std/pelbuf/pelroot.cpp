@@ -38,31 +38,20 @@ std::uint64_t mulOrMax(std::uint64_t a, std::uint64_t b)
     return b != 0 && a > kU64Max / b ? kU64Max : a * b;
 }
 
-// Pels whose archive form is their bytes travel as raw blocks.
-template <class T>
-constexpr bool kRawPels = sizeof(T) == 1 || std::same_as<T, yc3PlanePel>;
-
+// Pels go as whole blocks of their scalar fields (peltypes.h), the same
+// bytes as one transfer per field.
 template <class T>
 void readPels(ycArchive& ar, T* p, std::size_t n)
 {
-    if constexpr (kRawPels<T>) {
-        ar.raw(reinterpret_cast<char*>(p), static_cast<std::int64_t>(n * sizeof(T)));
-    } else {
-        for (std::size_t i = 0; i < n; ++i) ar || p[i];
-    }
+    using F = yc_PelFields<T>;
+    ar.getBlock(p, n * F::fields, F::fieldBytes, F::ordering);
 }
 
 template <class T>
 void writePels(ycArchive& ar, const T* p, std::size_t n)
 {
-    if constexpr (kRawPels<T>) {
-        ar.raw(reinterpret_cast<char*>(const_cast<T*>(p)), static_cast<std::int64_t>(n * sizeof(T)));
-    } else {
-        for (std::size_t i = 0; i < n; ++i) {
-            T v = p[i];
-            ar || v;
-        }
-    }
+    using F = yc_PelFields<T>;
+    ar.putBlock(p, n * F::fields, F::fieldBytes, F::ordering);
 }
 
 // Reads `count` pels from a stream of unknown length. Memory grows with what
