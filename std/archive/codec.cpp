@@ -22,9 +22,9 @@ constexpr unsigned char kU32MarkerBytes[4] = {0xFF, 0xFE, 0x00, 0x00};
 // Where a stream cannot say how much it holds, memory is taken no further
 // than this many elements ahead of what arrived.
 constexpr std::size_t kUpFront = 1 << 16;
-// Bytes swapped at a time: small enough to stay in the first-level cache
-// between the swap and the stream's copy.
-constexpr std::size_t kSwapChunk = 16 * 1024;
+// Bytes swapped at a time: small enough to stay in cache between the swap
+// and the stream's copy, large enough that a file sees few writes.
+constexpr std::size_t kSwapChunk = 64 * 1024;
 
 // Swaps `count` values of `width` bytes from `from` into `to`.
 void swapInto(unsigned char* to, const unsigned char* from, std::size_t count, std::size_t width)
@@ -84,6 +84,7 @@ void yc_ArchiveCodec::getBytes(char* p, std::size_t n, Cut cut)
 void yc_ArchiveCodec::putBlock(const void* p, std::size_t count, std::size_t width, int held)
 {
     ymAssert(width == 1 || width == 2 || width == 4 || width == 8);
+    if (count == 0) return; // an empty block may have no address
     const auto* from = static_cast<const unsigned char*>(p);
     if (width == 1 || held == ordering_) {
         putBytes(reinterpret_cast<const char*>(from), count * width);
@@ -101,6 +102,7 @@ void yc_ArchiveCodec::putBlock(const void* p, std::size_t count, std::size_t wid
 void yc_ArchiveCodec::getBlock(void* p, std::size_t count, std::size_t width, int held, Cut cut)
 {
     ymAssert(width == 1 || width == 2 || width == 4 || width == 8);
+    if (count == 0) return; // an empty block may have no address
     auto* to = static_cast<unsigned char*>(p);
     if (width == 1 || held == ordering_) {
         getBytes(reinterpret_cast<char*>(to), count * width, cut);

@@ -186,7 +186,7 @@ void yc_ArchiveCodec::transfer(std::vector<T>& value)
     std::uint32_t count = static_cast<std::uint32_t>(value.size());
     if (storing_) {
         transfer(count);
-        if (count > 0) putBlock(value.data(), count, sizeof(T)); // empty: no data pointer
+        putBlock(value.data(), count, sizeof(T));
         return;
     }
     readCount(count, sizeof(T));

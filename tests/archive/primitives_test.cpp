@@ -191,8 +191,8 @@ TEST(ArchiveContainers, CountThenElements)
 // value; counts around the swap chunk so that the last chunk is partial.
 TEST(ArchiveBlocks, SameBytesAsOneValueAtATime)
 {
-    constexpr std::size_t counts[] = {0, 1, 2047, 2048, 2049, 8193, 20001};
-    std::vector<unsigned char> pattern(8 * 20001);
+    constexpr std::size_t counts[] = {0, 1, 8191, 8192, 8193, 16385, 32769, 40001};
+    std::vector<unsigned char> pattern(8 * 40001);
     for (std::size_t i = 0; i < pattern.size(); ++i) pattern[i] = static_cast<unsigned char>(i * 7 + i / 251);
     auto one = [&](auto tag, std::size_t count, int held) {
         using U = decltype(tag);
