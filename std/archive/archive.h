@@ -212,8 +212,9 @@ public:
         return *this;
     }
 
-    // Containers of bytes and of bools, in their own forms (codec.h).
-    friend ycArchive& operator||(ycArchive& ar, std::vector<unsigned char>& v)
+    // Containers of scalars and of bools, in their own forms (codec.h).
+    template <yc_ArchiveScalar T>
+    friend ycArchive& operator||(ycArchive& ar, std::vector<T>& v)
     {
         ar.codec_.transfer(v);
         return ar;
@@ -226,6 +227,13 @@ public:
 
     // `n` bytes as they are, no swapping.
     void raw(char* p, std::int64_t n) { codec_.raw(p, n); }
+    // `count` values of `width` bytes held in memory in ordering `held`, in
+    // the archive's ordering (codec.h): what one transfer per value would do.
+    void putBlock(const void* p, std::size_t count, std::size_t width, int held)
+    {
+        codec_.putBlock(p, count, width, held);
+    }
+    void getBlock(void* p, std::size_t count, std::size_t width, int held) { codec_.getBlock(p, count, width, held); }
 
     // Storing only: move the write position on by 1, 2, 4 or 8 bytes, leaving
     // room that a later seek back fills in.
@@ -271,7 +279,7 @@ private:
 
 // Containers: a 32-bit count, then the elements.
 template <class T>
-    requires requires(ycArchive& ar, T& v) { ar || v; }
+    requires(!yc_ArchiveScalar<T>) && requires(ycArchive& ar, T& v) { ar || v; }
 ycArchive& operator||(ycArchive& ar, std::vector<T>& v)
 {
     std::uint32_t count = static_cast<std::uint32_t>(v.size());

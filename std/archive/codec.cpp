@@ -22,8 +22,19 @@ constexpr unsigned char kU32MarkerBytes[4] = {0xFF, 0xFE, 0x00, 0x00};
 // Where a stream cannot say how much it holds, memory is taken no further
 // than this many elements ahead of what arrived.
 constexpr std::size_t kUpFront = 1 << 16;
-// Bytes read into a vector of bytes at a time, for the same reason.
-constexpr std::size_t kByteChunk = kUpFront * 16;
+// Bytes swapped at a time: small enough to stay in cache between the swap
+// and the stream's copy, large enough that a file sees few writes.
+constexpr std::size_t kSwapChunk = 64 * 1024;
+
+// Swaps `count` values of `width` bytes from `from` into `to`.
+void swapInto(unsigned char* to, const unsigned char* from, std::size_t count, std::size_t width)
+{
+    switch (width) {
+    case 2: yfByteSwapRow<2>(to, from, count); break;
+    case 4: yfByteSwapRow<4>(to, from, count); break;
+    default: yfByteSwapRow<8>(to, from, count); break;
+    }
+}
 
 // Exchanges the two middle bytes of a 32-bit character: b0 b1 b2 b3 -> b0 b2 b1 b3.
 constexpr std::uint32_t swapMiddle(std::uint32_t c)
@@ -68,6 +79,42 @@ void yc_ArchiveCodec::getBytes(char* p, std::size_t n, Cut cut)
     if (static_cast<std::size_t>(got) == n) return;
     if (cut == Cut::insideString) throw ycArchive::BadBuffer(kSourceName, __LINE__);
     throw ycArchive::Eof(kSourceName, __LINE__);
+}
+
+void yc_ArchiveCodec::putBlock(const void* p, std::size_t count, std::size_t width, int held)
+{
+    ymAssert(width == 1 || width == 2 || width == 4 || width == 8);
+    if (count == 0) return; // an empty block may have no address
+    const auto* from = static_cast<const unsigned char*>(p);
+    if (width == 1 || held == ordering_) {
+        putBytes(reinterpret_cast<const char*>(from), count * width);
+        return;
+    }
+    alignas(8) unsigned char scratch[kSwapChunk];
+    const std::size_t step = kSwapChunk / width;
+    for (std::size_t at = 0; at < count; at += step) {
+        const std::size_t n = std::min(step, count - at);
+        swapInto(scratch, from + at * width, n, width);
+        putBytes(reinterpret_cast<const char*>(scratch), n * width);
+    }
+}
+
+void yc_ArchiveCodec::getBlock(void* p, std::size_t count, std::size_t width, int held, Cut cut)
+{
+    ymAssert(width == 1 || width == 2 || width == 4 || width == 8);
+    if (count == 0) return; // an empty block may have no address
+    auto* to = static_cast<unsigned char*>(p);
+    if (width == 1 || held == ordering_) {
+        getBytes(reinterpret_cast<char*>(to), count * width, cut);
+        return;
+    }
+    alignas(8) unsigned char scratch[kSwapChunk];
+    const std::size_t step = kSwapChunk / width;
+    for (std::size_t at = 0; at < count; at += step) {
+        const std::size_t n = std::min(step, count - at);
+        getBytes(reinterpret_cast<char*>(scratch), n * width, cut);
+        swapInto(to + at * width, scratch, n, width);
+    }
 }
 
 void yc_ArchiveCodec::expectMarker(const Marker& marker)
@@ -340,24 +387,6 @@ void yc_ArchiveCodec::transfer(std::u32string& value)
 }
 
 // --- containers -----------------------------------------------------------------
-
-void yc_ArchiveCodec::transfer(std::vector<unsigned char>& value)
-{
-    std::uint32_t count = static_cast<std::uint32_t>(value.size());
-    if (storing_) {
-        transfer(count);
-        if (count > 0) putBytes(reinterpret_cast<const char*>(value.data()), count); // empty: no data pointer
-        return;
-    }
-    readCount(count, 1);
-    std::vector<unsigned char> out;
-    while (out.size() < count) {
-        std::size_t at = out.size();
-        out.resize(std::min<std::size_t>(count, at + kByteChunk));
-        getBytes(reinterpret_cast<char*>(out.data() + at), out.size() - at);
-    }
-    value = std::move(out);
-}
 
 void yc_ArchiveCodec::transfer(std::vector<bool>& value)
 {

@@ -51,6 +51,7 @@
 #include "std/config.h"
 #include "std/util/byteorder.h"
 
+#include <algorithm>
 #include <concepts>
 #include <cstdint>
 #include <ios>
@@ -94,7 +95,9 @@ public:
     void transfer(std::string& value);
     void transfer(std::wstring& value);
     void transfer(std::u32string& value);
-    void transfer(std::vector<unsigned char>& value);
+    // Vectors of scalars travel as one block (see putBlock).
+    template <yc_ArchiveScalar T>
+    void transfer(std::vector<T>& value);
     void transfer(std::vector<bool>& value);
     // `n` bytes as they are, no swapping.
     void raw(char* p, std::int64_t n);
@@ -119,6 +122,15 @@ public:
     }
     void putBytes(const char* p, std::size_t n);
     void getBytes(char* p, std::size_t n, Cut cut = Cut::eof);
+
+    // `count` values of `width` bytes each (1, 2, 4 or 8) that lie in memory in
+    // ordering `held`, each written in the archive's ordering: the same bytes
+    // as putting them one by one. Where the orderings agree the block goes to
+    // the stream as it is; else it is swapped through a bounded scratch.
+    void putBlock(const void* p, std::size_t count, std::size_t width, int held = yf_MachineOrdering());
+    // The reverse; after a failure `p` holds an unspecified part of the values.
+    void getBlock(void* p, std::size_t count, std::size_t width, int held = yf_MachineOrdering(),
+                  Cut cut = Cut::eof);
 
     // Record markers go byte by byte, the same in either ordering.
     void putMarker(const Marker& marker) { putBytes(reinterpret_cast<const char*>(marker), sizeof marker); }
@@ -158,10 +170,33 @@ private:
     bool bytesLeft(std::uint64_t& left);
     std::ios_base::openmode which() const { return storing_ ? std::ios_base::out : std::ios_base::in; }
 
+    // Bytes of a vector read at a time, so that a stream that cannot tell its
+    // length never makes a corrupted count take memory far ahead of the data.
+    static constexpr std::size_t kVectorChunk = std::size_t{1} << 20;
+
     std::streambuf* buffer_;
     bool storing_;
     int ordering_;
     bool swap_;
 };
+
+template <yc_ArchiveScalar T>
+void yc_ArchiveCodec::transfer(std::vector<T>& value)
+{
+    std::uint32_t count = static_cast<std::uint32_t>(value.size());
+    if (storing_) {
+        transfer(count);
+        putBlock(value.data(), count, sizeof(T));
+        return;
+    }
+    readCount(count, sizeof(T));
+    std::vector<T> out;
+    while (out.size() < count) {
+        std::size_t at = out.size();
+        out.resize(std::min<std::size_t>(count, at + kVectorChunk / sizeof(T)));
+        getBlock(out.data() + at, out.size() - at, sizeof(T));
+    }
+    value = std::move(out);
+}
 
 #endif

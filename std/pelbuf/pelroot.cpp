@@ -38,31 +38,20 @@ std::uint64_t mulOrMax(std::uint64_t a, std::uint64_t b)
     return b != 0 && a > kU64Max / b ? kU64Max : a * b;
 }
 
-// Pels whose archive form is their bytes travel as raw blocks.
-template <class T>
-constexpr bool kRawPels = sizeof(T) == 1 || std::same_as<T, yc3PlanePel>;
-
+// Pels go as whole blocks of their scalar fields (peltypes.h), the same
+// bytes as one transfer per field.
 template <class T>
 void readPels(ycArchive& ar, T* p, std::size_t n)
 {
-    if constexpr (kRawPels<T>) {
-        ar.raw(reinterpret_cast<char*>(p), static_cast<std::int64_t>(n * sizeof(T)));
-    } else {
-        for (std::size_t i = 0; i < n; ++i) ar || p[i];
-    }
+    using F = yc_PelFields<T>;
+    ar.getBlock(p, n * F::fields, F::fieldBytes, F::ordering);
 }
 
 template <class T>
 void writePels(ycArchive& ar, const T* p, std::size_t n)
 {
-    if constexpr (kRawPels<T>) {
-        ar.raw(reinterpret_cast<char*>(const_cast<T*>(p)), static_cast<std::int64_t>(n * sizeof(T)));
-    } else {
-        for (std::size_t i = 0; i < n; ++i) {
-            T v = p[i];
-            ar || v;
-        }
-    }
+    using F = yc_PelFields<T>;
+    ar.putBlock(p, n * F::fields, F::fieldBytes, F::ordering);
 }
 
 // Reads `count` pels from a stream of unknown length. Memory grows with what
@@ -151,32 +140,50 @@ void fromDense(const yc3PlanePel* in, const yc3PlanePelPtr& to, std::ptrdiff_t u
     }
 }
 
-// One row of pels to or from the archive; three planes pass through
-// `scratch` as interleaved pels.
+// The pels of `rows` rows to or from the archive. Rows without padding
+// between them go as one block, so that a file sees one large write; three
+// planes pass through `scratch` a row at a time as interleaved pels.
 template <class T>
-void writeRow(ycArchive& ar, const T* p, std::int32_t n, std::vector<T>&)
+void writeRows(ycArchive& ar, const T* p, std::int32_t rowPels, std::int32_t rows, std::ptrdiff_t update,
+               std::vector<T>&)
 {
-    writePels(ar, p, static_cast<std::size_t>(n));
+    const auto n = static_cast<std::size_t>(rowPels);
+    if (update == rowPels) {
+        writePels(ar, p, n * static_cast<std::size_t>(rows));
+        return;
+    }
+    for (std::int32_t y = 0; y < rows; ++y) writePels(ar, p + y * update, n);
 }
 
-void writeRow(ycArchive& ar, const yc3PlanePelPtr& p, std::int32_t n, std::vector<yc3PlanePel>& scratch)
+void writeRows(ycArchive& ar, const yc3PlanePelPtr& p, std::int32_t rowPels, std::int32_t rows,
+               std::ptrdiff_t update, std::vector<yc3PlanePel>& scratch)
 {
-    scratch.resize(static_cast<std::size_t>(n));
-    toDense(p, 0, scratch.data(), n, 1);
-    writePels(ar, scratch.data(), scratch.size());
+    scratch.resize(static_cast<std::size_t>(rowPels));
+    for (std::int32_t y = 0; y < rows; ++y) {
+        toDense(advance(p, y * update), 0, scratch.data(), rowPels, 1);
+        writePels(ar, scratch.data(), scratch.size());
+    }
 }
 
 template <class T>
-void readRow(ycArchive& ar, T* p, std::int32_t n, std::vector<T>&)
+void readRows(ycArchive& ar, T* p, std::int32_t rowPels, std::int32_t rows, std::ptrdiff_t update, std::vector<T>&)
 {
-    readPels(ar, p, static_cast<std::size_t>(n));
+    const auto n = static_cast<std::size_t>(rowPels);
+    if (update == rowPels) {
+        readPels(ar, p, n * static_cast<std::size_t>(rows));
+        return;
+    }
+    for (std::int32_t y = 0; y < rows; ++y) readPels(ar, p + y * update, n);
 }
 
-void readRow(ycArchive& ar, const yc3PlanePelPtr& p, std::int32_t n, std::vector<yc3PlanePel>& scratch)
+void readRows(ycArchive& ar, const yc3PlanePelPtr& p, std::int32_t rowPels, std::int32_t rows, std::ptrdiff_t update,
+              std::vector<yc3PlanePel>& scratch)
 {
-    scratch.resize(static_cast<std::size_t>(n));
-    readPels(ar, scratch.data(), scratch.size());
-    fromDense(scratch.data(), p, 0, n, 1);
+    scratch.resize(static_cast<std::size_t>(rowPels));
+    for (std::int32_t y = 0; y < rows; ++y) {
+        readPels(ar, scratch.data(), scratch.size());
+        fromDense(scratch.data(), advance(p, y * update), 0, rowPels, 1);
+    }
 }
 
 // The smallest t >= 0 with (x + t s) % m == 0, if there is one: the linear
@@ -557,7 +564,7 @@ void yc_TypedPelRoot<T>::store(ycArchive& ar)
     ar || g.width || g.height || g.alignModulus;
     transferFlags(ar);
     std::vector<T> scratch;
-    for (std::int32_t y = 0; y < height_; ++y) writeRow(ar, at(0, y), width_, scratch);
+    writeRows(ar, at(0, 0), width_, height_, rowUpdate_, scratch);
 }
 
 template <ycPelType T>
@@ -587,7 +594,7 @@ void yc_TypedPelRoot<T>::load(ycArchive& ar)
         checkStoredSize(g, kPlaneBytes, planes);
         ycPelRoot<T> fresh(g.width, g.height, g.alignModulus);
         std::vector<T> scratch;
-        for (std::int32_t y = 0; y < g.height; ++y) readRow(ar, fresh.at(0, y), g.width, scratch);
+        readRows(ar, fresh.at(0, 0), g.width, g.height, fresh.rowUpdate_, scratch);
         mutating();
         self.swapPels(fresh);
     } else {

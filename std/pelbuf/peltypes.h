@@ -144,6 +144,37 @@ concept ycPelType = yc_OneOf<T, unsigned char, signed char, short, unsigned shor
 template <class T>
 concept yc_SingleArrayPelType = ycPelType<T> && !std::same_as<T, yc3PlanePel>;
 
+// How a pel's bytes in memory map to its archive form: `fields` scalars of
+// `fieldBytes` bytes each, back to back with no padding, each held in memory
+// in `ordering` and archived in the archive's. A row of pels is then a block
+// of fields that can go to the stream whole.
+template <class T>
+struct yc_PelFields {
+    static constexpr std::size_t fieldBytes = sizeof(T);
+    static constexpr std::size_t fields = 1;
+    static constexpr int ordering = yf_MachineOrdering();
+};
+template <class T>
+struct yc_PelFields<ycPair<T>> {
+    static constexpr std::size_t fieldBytes = sizeof(T);
+    static constexpr std::size_t fields = 2;
+    static constexpr int ordering = yf_MachineOrdering();
+};
+// Its bytes are blue, green, red, fourth: its value least significant byte first.
+template <>
+struct yc_PelFields<ycPackedRGB32Pel> {
+    static constexpr std::size_t fieldBytes = 4;
+    static constexpr std::size_t fields = 1;
+    static constexpr int ordering = 1;
+};
+// A byte per plane.
+template <>
+struct yc_PelFields<yc3PlanePel> {
+    static constexpr std::size_t fieldBytes = 1;
+    static constexpr std::size_t fields = 3;
+    static constexpr int ordering = yf_MachineOrdering();
+};
+
 // The canonical name of a pel type.
 template <ycPelType T>
 constexpr const char* yfPelTypeName()
@@ -188,5 +219,13 @@ struct yc_PelTypeList {
 using ycPelTypes = yc_PelTypeList<unsigned char, signed char, short, unsigned short, ycPackedRGB16Pel, std::int32_t,
                                   std::uint32_t, float, ycPackedRGB32Pel, double, ycPair<std::int32_t>, ycPair<float>,
                                   yc3PlanePel>;
+
+// Rows go to archives as blocks of fields, so no pel type may have padding.
+template <class... T>
+constexpr bool yf_PelsUnpadded(yc_PelTypeList<T...>)
+{
+    return ((yc_PelFields<T>::fieldBytes * yc_PelFields<T>::fields == sizeof(T)) && ...);
+}
+static_assert(yf_PelsUnpadded(ycPelTypes{}), "a pel type with padding needs a per-pel archive path");
 
 #endif

@@ -37,6 +37,28 @@ constexpr U yfByteSwap(U v)
     return out;
 }
 
+// Copies `count` values of W bytes each from `from` to `to`, reversing the
+// bytes of each. The buffers must not overlap. A plain loop over the
+// compiler's swap, so that it becomes vector shuffles.
+template <std::size_t W>
+inline void yfByteSwapRow(unsigned char* to, const unsigned char* from, std::size_t count)
+{
+    static_assert(W == 2 || W == 4 || W == 8);
+    using U = yc_UnsignedOf<unsigned char[W]>;
+    for (std::size_t i = 0; i < count; ++i) {
+        U v;
+        std::memcpy(&v, from + i * W, W);
+#if defined(__GNUC__) || defined(__clang__)
+        if constexpr (W == 2) v = __builtin_bswap16(v);
+        else if constexpr (W == 4) v = __builtin_bswap32(v);
+        else v = __builtin_bswap64(v);
+#else
+        v = yfByteSwap(v);
+#endif
+        std::memcpy(to + i * W, &v, W);
+    }
+}
+
 // Writes the bits of `v` to `p` in the given ordering.
 template <std::unsigned_integral U>
 inline void yfPutOrdered(unsigned char* p, U v, int ordering)

@@ -187,6 +187,80 @@ TEST(ArchiveContainers, CountThenElements)
                      "02 00 00 00 01 22 61 22 00 22 22");
 }
 
+// Blocks of every width, held in either ordering, against one transfer per
+// value; counts around the swap chunk so that the last chunk is partial.
+TEST(ArchiveBlocks, SameBytesAsOneValueAtATime)
+{
+    constexpr std::size_t counts[] = {0, 1, 8191, 8192, 8193, 16385, 32769, 40001};
+    std::vector<unsigned char> pattern(8 * 40001);
+    for (std::size_t i = 0; i < pattern.size(); ++i) pattern[i] = static_cast<unsigned char>(i * 7 + i / 251);
+    auto one = [&](auto tag, std::size_t count, int held) {
+        using U = decltype(tag);
+        return [&, count, held](ycArchive& ar) {
+            for (std::size_t i = 0; i < count; ++i) {
+                U v = yfGetOrdered<U>(&pattern[i * sizeof(U)], held);
+                ar << v;
+            }
+        };
+    };
+    auto check = [&](auto tag) {
+        using U = decltype(tag);
+        for (std::size_t count : counts) {
+            for (int held : {0, 1}) {
+                for (O o : {BE, LE}) {
+                    const Bytes expected = storedBody(o, one(tag, count, held));
+                    const Bytes body = storedBody(o, [&](ycArchive& ar) { ar.putBlock(pattern.data(), count, sizeof(U), held); });
+                    EXPECT_EQ(body, expected) << sizeof(U) << " " << count << " " << held << " " << int(o);
+                    std::vector<unsigned char> back(count * sizeof(U) + 1, 0xEE);
+                    LoadArchive in(o, body);
+                    in->getBlock(back.data(), count, sizeof(U), held);
+                    EXPECT_TRUE(std::equal(back.begin(), back.end() - 1, pattern.begin())) << sizeof(U) << " " << count;
+                    EXPECT_EQ(back.back(), 0xEE);
+                }
+            }
+        }
+    };
+    check(std::uint8_t{});
+    check(std::uint16_t{});
+    check(std::uint32_t{});
+    check(std::uint64_t{});
+}
+
+TEST(ArchiveBlocks, CutShortIsEof)
+{
+    std::vector<std::uint32_t> values(5000, 0x01020304);
+    for (O o : {BE, LE}) {
+        Bytes body = storedBody(o, [&](ycArchive& ar) { ar.putBlock(values.data(), values.size(), 4, 1 - int(o)); });
+        body.pop_back();
+        LoadArchive in(o, body);
+        EXPECT_THROW(in->getBlock(values.data(), values.size(), 4, 1 - int(o)), ycArchive::Eof);
+    }
+}
+
+// Vectors of scalars go as one block; a long one of each width round-trips.
+TEST(ArchiveContainers, LongScalarVectorsRoundTrip)
+{
+    auto roundTrip = [](auto v) {
+        for (O o : {BE, LE}) EXPECT_TRUE(readAs<decltype(v)>(o, storedBody(o, [&](ycArchive& ar) { ar << v; })) == v);
+    };
+    std::vector<std::int16_t> shorts(10007);
+    std::vector<float> floats(10007);
+    std::vector<double> doubles(10007);
+    std::vector<std::int8_t> bytes(10007);
+    for (std::size_t i = 0; i < shorts.size(); ++i) {
+        shorts[i] = static_cast<std::int16_t>(i * 40503u);
+        floats[i] = static_cast<float>(i) / 7 - 300;
+        doubles[i] = -static_cast<double>(i) / 3;
+        bytes[i] = static_cast<std::int8_t>(i);
+    }
+    roundTrip(shorts);
+    roundTrip(floats);
+    roundTrip(doubles);
+    roundTrip(bytes);
+    expectBothOrders(std::vector<double>{1.0}, "00 00 00 01 3f f0 00 00 00 00 00 00",
+                     "01 00 00 00 00 00 00 00 00 00 f0 3f");
+}
+
 TEST(ArchiveRaw, BytesUnchangedAndReserveLeavesRoom)
 {
     char data[] = {1, 2, 3};
