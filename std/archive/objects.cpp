@@ -109,9 +109,13 @@ void yc_ArchiveObjects::forget(ycPersistent* object, bool destroyed) noexcept
 {
     OpenTables& open = openTables();
     std::lock_guard<std::mutex> guard(open.lock);
+    // A dying object was forgotten as written by its mutating() already.
     for (yc_ArchiveObjects* table : open.all) {
-        erasePair(table->written_, table->writtenIds_, object);
-        if (destroyed) erasePair(table->loadedIds_, table->loaded_, object);
+        if (destroyed) {
+            erasePair(table->loadedIds_, table->loaded_, object);
+        } else {
+            erasePair(table->written_, table->writtenIds_, object);
+        }
     }
 }
 
