@@ -81,6 +81,13 @@ void yc_ArchiveSeekable::Directory::read(yc_ArchiveCodec& codec)
 bool yc_ArchiveSeekable::Directory::seekEntry(yc_ArchiveCodec& codec, pos from, std::uint32_t count,
                                               std::uint64_t stride, std::int32_t key)
 {
+    // Ids and numbers are usually 1, 2, ...: one probe where that puts the
+    // key finds it without a search.
+    if (key >= 1 && static_cast<std::uint32_t>(key) <= count) {
+        const pos guess = from + static_cast<pos>((static_cast<std::uint64_t>(key) - 1) * stride);
+        codec.seekTo(guess);
+        if (codec.get<std::int32_t>() == key) return true;
+    }
     std::uint32_t low = 0, high = count;
     for (int depth = 0; low < high; ++depth) {
         const std::uint32_t mid = low + (high - low) / 2;
