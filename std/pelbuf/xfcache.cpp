@@ -14,7 +14,7 @@ yc2XformCache::yc2XformCache() : forward_(sharedIdentity()) {}
 
 yc2XformCache::yc2XformCache(const yc2XformCache& other)
     : ycPersistent(other), forward_(other.forward_), inverse_(other.inverseNow()), linear_(other.linear_),
-      linearForm_(other.linearForm_)
+      linearForm_(other.linearForm_), inverseReady_(inverse_ != nullptr)
 {
 }
 
@@ -24,10 +24,7 @@ yc2XformCache& yc2XformCache::operator=(const yc2XformCache& other)
     ycPtrHandle_const<yc2XformBase> inverse = other.inverseNow();
     ycPersistent::operator=(other);
     forward_ = other.forward_;
-    {
-        std::lock_guard<std::mutex> guard(inverseLock_);
-        inverse_ = std::move(inverse);
-    }
+    storeInverse(std::move(inverse));
     linear_ = other.linear_;
     linearForm_ = other.linearForm_;
     return *this;
@@ -47,10 +44,7 @@ void yc2XformCache::setForward(ycPtrHandle_const<yc2XformBase> h)
     yc2XformLinear form = linear ? h->linearXform(ycVector<2>()) : yc2XformLinear();
     mutating();
     forward_ = std::move(h);
-    {
-        std::lock_guard<std::mutex> guard(inverseLock_);
-        inverse_ = nullptr;
-    }
+    storeInverse(nullptr);
     linear_ = linear;
     linearForm_ = form;
 }
@@ -69,11 +63,22 @@ void yc2XformCache::xform(const ycPtrHandle_const<yc2XformBase>& h, bool copy)
 
 const ycPtrHandle_const<yc2XformBase>& yc2XformCache::xformInverse() const
 {
-    // Once set, inverse_ changes only through non-const members, so the
-    // reference stays valid for readers after the lock is let go.
+    // Once set, inverse_ changes only through non-const members, so readers
+    // that see it ready need no lock.
+    if (inverseReady_.load(std::memory_order_acquire)) return inverse_;
     std::lock_guard<std::mutex> guard(inverseLock_);
-    if (!inverse_) inverse_ = forward_->inverseBase();
+    if (!inverse_) {
+        inverse_ = forward_->inverseBase();
+        inverseReady_.store(true, std::memory_order_release);
+    }
     return inverse_;
+}
+
+void yc2XformCache::storeInverse(ycPtrHandle_const<yc2XformBase> h) const
+{
+    std::lock_guard<std::mutex> guard(inverseLock_);
+    inverse_ = std::move(h);
+    inverseReady_.store(inverse_ != nullptr, std::memory_order_release);
 }
 
 void yc2XformCache::xformInverse(const yc2XformBase& x)
@@ -91,8 +96,7 @@ void yc2XformCache::xformInverse(const ycPtrHandle_const<yc2XformBase>& h, bool 
 void yc2XformCache::setInverse(ycPtrHandle_const<yc2XformBase> h)
 {
     mutating();
-    std::lock_guard<std::mutex> guard(inverseLock_);
-    inverse_ = std::move(h);
+    storeInverse(std::move(h));
 }
 
 const yc2XformLinear& yc2XformCache::linearXform() const
@@ -124,7 +128,6 @@ void yc2XformCache::dispatchSerialize(ycArchive& ar)
         if (!forward) throw ycArchive::BadContent(kSourceName, __LINE__);
         yfSerializeHandle(ar, inverse);
         setForward(std::move(forward));
-        std::lock_guard<std::mutex> guard(inverseLock_);
-        inverse_ = std::move(inverse);
+        storeInverse(std::move(inverse));
     });
 }

@@ -28,6 +28,7 @@
 #include "std/math/xflinear.h"
 #include "std/pelbuf/pbuf_com.h"
 
+#include <atomic>
 #include <mutex>
 
 class TLVSTD_API yc2XformCache : public ycPersistent {
@@ -66,12 +67,15 @@ private:
 
     // The inverse as it stands, read under the lock.
     ycPtrHandle_const<yc2XformBase> inverseNow() const;
+    // Sets the inverse (null: to be computed) under the lock.
+    void storeInverse(ycPtrHandle_const<yc2XformBase> h) const;
 
     ycPtrHandle_const<yc2XformBase> forward_;
     mutable std::mutex inverseLock_;
     mutable ycPtrHandle_const<yc2XformBase> inverse_; // filled under inverseLock_
     bool linear_ = true;
     yc2XformLinear linearForm_;
+    mutable std::atomic<bool> inverseReady_{false}; // inverse_ is set
 };
 
 #endif
