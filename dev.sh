@@ -80,7 +80,7 @@ need_fuzzer() {
   exit 1
 }
 
-base=(cmake ninja-build g++ make)
+base=(cmake ninja-build g++ make libhwy-dev)
 
 # build PRESET [TARGET...]
 build() {
