@@ -12,6 +12,7 @@ namespace ycSource {
 inline constexpr const char* except = "std/except/except";
 inline constexpr const char* archive = "archive";
 inline constexpr const char* pbufCom = "std/pelbuf/pbuf_com";
+inline constexpr const char* pelfunc = "std/pelbuf/pelfunc";
 inline constexpr const char* vector = "std/math/vector";
 inline constexpr const char* matrix = "std/math/matrix";
 inline constexpr const char* range = "std/math/range";
