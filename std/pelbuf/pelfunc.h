@@ -218,4 +218,33 @@ yimg_image yf_PelImage(ycPelBuffer<T>& b)
 // Throws for a failed core status, with BadParams for a bad argument.
 inline void yf_PelCheck(int status) { yfThrowExceptionOnFailure<ycPelFunc::BadParams>(status); }
 
+// yf_PelApply_1s1d and _2s1d for a core kernel: prepare and allocate, then
+// one call `core(descriptors...)` over the common window, whose status is
+// checked; the common window, or a null rectangle when nothing was done.
+template <yc_SingleArrayPelType S, yc_SingleArrayPelType D, class Core>
+ycPelRect yf_PelApplyCore_1s1d(ycPelBuffer_const<S>& src, ycPelBuffer<D>& dst, Core&& core)
+{
+    const ycPelRect common = yf_PelPrepareAlloc_1s1d(src, dst);
+    if (common.isEmpty()) return ycPelRect();
+    const yimg_image s = yf_PelImage(src);
+    yimg_image d = yf_PelImage(dst);
+    yf_PelCheck(core(&s, &d));
+    dst.copyXforms(src);
+    return common;
+}
+
+template <yc_SingleArrayPelType S1, yc_SingleArrayPelType S2, yc_SingleArrayPelType D, class Core>
+ycPelRect yf_PelApplyCore_2s1d(ycPelBuffer_const<S1>& src1, ycPelBuffer_const<S2>& src2, ycPelBuffer<D>& dst,
+                               Core&& core)
+{
+    const ycPelRect common = yf_PelPrepareAlloc_2s1d(src1, src2, dst);
+    if (common.isEmpty()) return ycPelRect();
+    const yimg_image s1 = yf_PelImage(src1);
+    const yimg_image s2 = yf_PelImage(src2);
+    yimg_image d = yf_PelImage(dst);
+    yf_PelCheck(core(&s1, &s2, &d));
+    dst.copyXforms(src1);
+    return common;
+}
+
 #endif
