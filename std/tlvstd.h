@@ -39,6 +39,8 @@
 #include "std/pelbuf/pbuf_com.h"
 #include "std/pelbuf/pel3buf.h"
 #include "std/pelbuf/pelbuf.h"
+#include "std/pelbuf/pelarith.h"
+#include "std/pelbuf/pelcopy.h"
 #include "std/pelbuf/pelfunc.h"
 #include "std/pelbuf/pelrect.h"
 #include "std/pelbuf/pelroot.h"

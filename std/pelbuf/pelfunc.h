@@ -21,9 +21,10 @@
 //      every operand gets subWindow(0, 0, 0, 0), else every operand's window
 //      becomes the intersection (never clipped);
 //   4. a destination that shares pels with a source without being the very
-//      same view is ycPelFunc::Overlap. The same view in place is allowed.
-// The overlap is checked on the windows the operands would get, before any
-// window changes, so a refused call leaves every operand as it was.
+//      same view is ycPelFunc::Overlap. The same view in place is allowed;
+//      a sub-window of a source is not.
+// The overlap is checked on the operands as given, before any window
+// changes, so a refused call leaves every operand as it was.
 //
 // The public operations copy their source views before preparing (a copy is
 // cheap and shares the pels), so a caller's sources keep their windows; the
