@@ -59,18 +59,6 @@ const Kernel& kernel(const std::string& name)
     throw std::invalid_argument(name);
 }
 
-// Every pel of a w x 1 window set to v (stored in pelSize bytes, low bits).
-void setAll(Image& im, std::int64_t v, int pelSize)
-{
-    for (std::int32_t x = 0; x < im.width(); ++x) {
-        switch (pelSize) {
-        case 1: im.set(x, 0, std::uint8_t(v)); break;
-        case 2: im.set(x, 0, std::uint16_t(v)); break;
-        default: im.set(x, 0, std::uint32_t(v)); break;
-        }
-    }
-}
-
 } // namespace
 
 // d = op(a, b) with d holding d0 before (MultAdd reads it), on a row wide
@@ -117,11 +105,13 @@ TEST(CoreKernels, ArithmeticFollowsItsRules)
         for (const Case& c : cases) {
             const Kernel& k = kernel(c.kernel);
             Image a(37, 1, k.pelSize), b(37, 1, k.pelSize), d(37, 1, k.pelSize);
-            setAll(a, c.a, k.pelSize);
-            setAll(b, c.b, k.pelSize);
-            setAll(d, c.d0, k.pelSize);
             Image want = d;
-            setAll(want, c.want, k.pelSize);
+            for (std::int32_t x = 0; x < 37; ++x) {
+                putPel(a, x, 0, std::uint32_t(c.a));
+                putPel(b, x, 0, std::uint32_t(c.b));
+                putPel(d, x, 0, std::uint32_t(c.d0));
+                putPel(want, x, 0, std::uint32_t(c.want));
+            }
             ASSERT_EQ(k.run(a.get(), b.get(), d.get(), c.shift), YSTD_OK);
             EXPECT_EQ(d.bytes(), want.bytes()) << target << " " << c.kernel << "(" << c.a << ", " << c.b << ", "
                                                << c.d0 << ") >> " << c.shift;

@@ -6,28 +6,6 @@
 
 using namespace kerneltest;
 
-namespace {
-
-std::uint32_t get(const Image& im, int pelSize, std::int32_t x)
-{
-    switch (pelSize) {
-    case 1: return im.at<std::uint8_t>(x, 0);
-    case 2: return im.at<std::uint16_t>(x, 0);
-    default: return im.at<std::uint32_t>(x, 0);
-    }
-}
-
-void put(Image& im, int pelSize, std::int32_t x, std::int32_t y, std::uint32_t v)
-{
-    switch (pelSize) {
-    case 1: im.set(x, y, std::uint8_t(v)); break;
-    case 2: im.set(x, y, std::uint16_t(v)); break;
-    default: im.set(x, y, v); break;
-    }
-}
-
-} // namespace
-
 TEST(CoreKernels, ConvertKeepsLowBitsOrZeroExtends)
 {
     struct Case {
@@ -41,10 +19,10 @@ TEST(CoreKernels, ConvertKeepsLowBitsOrZeroExtends)
     forEachTarget([&](const std::string& target) {
         for (const Case& c : cases) {
             Image s(37, 1, c.from), d(37, 1, c.to);
-            for (std::int32_t x = 0; x < 37; ++x) put(s, c.from, x, 0, c.s);
+            for (std::int32_t x = 0; x < 37; ++x) putPel(s, x, 0, c.s);
             ASSERT_EQ(yip_pelConvert(s.get(), d.get()), YSTD_OK);
             for (std::int32_t x = 0; x < 37; ++x) {
-                ASSERT_EQ(get(d, c.to, x), c.want) << target << " " << c.from << " -> " << c.to << " at " << x;
+                ASSERT_EQ(getPel(d, x, 0), c.want) << target << " " << c.from << " -> " << c.to << " at " << x;
             }
         }
     });
@@ -66,7 +44,7 @@ TEST(CoreKernels, ConvertMatchesReferenceOnEveryTarget)
                         for (std::int32_t x = 0; x < sh.width; ++x) {
                             std::uint32_t v = 0;
                             std::memcpy(&v, s.row<unsigned char>(y) + x * from, std::size_t(from));
-                            put(want, to, x, y, v);
+                            putPel(want, x, y, v);
                         }
                     }
                     ASSERT_EQ(yip_pelConvert(s.get(), d.get()), YSTD_OK);

@@ -36,15 +36,6 @@ void expected(Image& im, int pelSize, std::uint32_t& lo, std::uint32_t& hi)
     }
 }
 
-void put(Image& im, int pelSize, std::int32_t x, std::int32_t y, std::uint32_t v)
-{
-    switch (pelSize) {
-    case 1: im.set(x, y, std::uint8_t(v)); break;
-    case 2: im.set(x, y, std::uint16_t(v)); break;
-    default: im.set(x, y, v); break;
-    }
-}
-
 } // namespace
 
 TEST(CoreKernels, ReductionsMatchReferenceOnEveryTarget)
@@ -59,10 +50,10 @@ TEST(CoreKernels, ReductionsMatchReferenceOnEveryTarget)
                 // one in the tail of a row, which a vector pass could miss.
                 if (rng() % 2) {
                     for (std::int32_t y = 0; y < sh.height; ++y) {
-                        for (std::int32_t x = 0; x < sh.width; ++x) put(s, r.pelSize, x, y, 100);
+                        for (std::int32_t x = 0; x < sh.width; ++x) putPel(s, x, y, 100);
                     }
-                    put(s, r.pelSize, std::int32_t(rng() % std::uint32_t(sh.width)), sh.height - 1, 3);
-                    put(s, r.pelSize, sh.width - 1, 0, 200);
+                    putPel(s, std::int32_t(rng() % std::uint32_t(sh.width)), sh.height - 1, 3);
+                    putPel(s, sh.width - 1, 0, 200);
                 }
                 std::uint32_t lo, hi, min = 7, max = 7, min2 = 7, max2 = 7;
                 expected(s, r.pelSize, lo, hi);
