@@ -1,10 +1,11 @@
 // d(x, y) = s(y, x) for pels of 1, 2, 4 and 8 bytes.
 //
-// The image is walked in blocks whose rows are one cache line of source and
-// of destination, so that each line fetched is used whole before it leaves
-// the cache. Inside a block, tiles of 16 bytes by 16 / pel size rows are
-// transposed in registers; the pels beyond the last whole tile go through the
-// scalar reference.
+// The source is walked in strips one cache line wide, top to bottom, so each
+// destination row is written along its length and each line fetched is used
+// whole; this measured faster than square blocks on power-of-two strides.
+// Inside a strip, tiles of 16 bytes by 16 / pel size rows are transposed in
+// registers; the pels beyond the last whole tile go through the scalar
+// reference.
 #if YCORE_SIMD
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "core/kernels/transpose.cpp"
@@ -69,20 +70,19 @@ void TransposeT(const std::uint8_t* s, std::ptrdiff_t ss, std::uint8_t* d, std::
     const std::size_t wg = w / G * G;
     wt = w / K * K;
     ht = h / K * K;
-    const auto tiles = [&](std::size_t x0, std::size_t x1, std::size_t y0, std::size_t y1, auto tag) {
+    // The tiles of one strip, columns [x0, x1).
+    const auto strip = [&](std::size_t x0, std::size_t x1, auto tag) {
         constexpr std::size_t step = hn::MaxLanes(tag);
-        for (std::size_t y = y0; y < y1; y += K) {
+        for (std::size_t y = 0; y < ht; y += K) {
             for (std::size_t x = x0; x < x1; x += step) {
                 TransposeTiles(tag, s + std::ptrdiff_t(y) * ss + x * sizeof(T), ss,
                                d + std::ptrdiff_t(x) * ds + y * sizeof(T), ds);
             }
         }
     };
-    for (std::size_t y0 = 0; y0 < ht; y0 += B) {
-        const std::size_t y1 = std::min(y0 + B, ht);
-        for (std::size_t x0 = 0; x0 < wg; x0 += std::max(B, G)) tiles(x0, std::min(x0 + std::max(B, G), wg), y0, y1, t);
-        tiles(wg, wt, y0, y1, t1);
-    }
+    constexpr std::size_t width = std::max(B, G);
+    for (std::size_t x0 = 0; x0 < wg; x0 += width) strip(x0, std::min(x0 + width, wg), t);
+    strip(wg, wt, t1);
 #endif
     // Columns past the last tile, then rows past it under the tiled columns.
     ref::Transpose(s + wt * sizeof(T), ss, d + std::ptrdiff_t(wt) * ds, ds, w - wt, h, sizeof(T));
