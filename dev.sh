@@ -3,6 +3,7 @@
 #   ./dev.sh demo    build optimised and run the example
 #   ./dev.sh test    build with sanitizers and run every test [preset: clang]
 #   ./dev.sh tsan    build with ThreadSanitizer and run the tests labelled threads
+#   ./dev.sh scalar  build without vector paths and run the kernel and pel-buffer tests
 #   ./dev.sh bench   build optimised and run the benchmarks [filter]
 #   ./dev.sh fuzz    build the fuzz targets with clang and run each [seconds, 60]
 #   ./dev.sh seeds   rewrite the committed fuzz seeds from the archive tests
@@ -110,8 +111,16 @@ case "${1:-}" in
     build tsan test_threads
     ctest --test-dir build/tsan --output-on-failure -j "$jobs" --timeout 600 -L threads
     ;;
+  scalar)
+    need "${base[@]}" libgtest-dev libgmock-dev
+    build scalar test_core test_pelbuf
+    ./build/scalar/tests/test_core
+    ./build/scalar/tests/test_pelbuf
+    ;;
   bench)
     need "${base[@]}" libbenchmark-dev
+    # OpenCV is a comparison only; the benchmarks build without it.
+    if available libopencv-dev; then need libopencv-dev; fi
     build bench
     for b in build/bench/bench/bench_*; do
       [ -x "$b" ] || continue
@@ -158,7 +167,7 @@ case "${1:-}" in
     git status --short fuzz/seeds 2>/dev/null || true
     ;;
   *)
-    sed -n '2,9p' "$0" | sed 's/^# \{0,1\}//'
+    sed -n '2,10p' "$0" | sed 's/^# \{0,1\}//'
     exit 2
     ;;
 esac

@@ -1,6 +1,178 @@
 // Element-wise arithmetic, minimum and maximum of two windows.
 #include "core/kernels/arith.h"
 
+#if YCORE_SIMD
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "core/kernels/arith.cpp"
+#include "hwy/foreach_target.h"
+#include "hwy/highway.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace ycore {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+// v >> k for any k in [0, 31]: a lane shift as wide as the lane is undefined
+// on some targets, so unsigned lanes empty out and signed ones keep the sign.
+template <class V>
+V ShrAny(V v, int k)
+{
+    using T = hn::TFromV<V>;
+    constexpr int bits = int(sizeof(T)) * 8;
+    if constexpr (hwy::IsSigned<T>()) {
+        return hn::ShiftRightSame(v, k < bits ? k : bits - 1);
+    } else {
+        return k < bits ? hn::ShiftRightSame(v, k) : hn::Zero(hn::DFromV<V>());
+    }
+}
+
+// Highway saturates 8- and 16-bit lanes only; 32-bit ones clamp by hand.
+template <class V>
+V SatAdd(V a, V b)
+{
+    if constexpr (sizeof(hn::TFromV<V>) == 4) {
+        return hn::Add(hn::Min(a, hn::Not(b)), b);
+    } else {
+        return hn::SaturatedAdd(a, b);
+    }
+}
+template <class V>
+V SatSub(V a, V b)
+{
+    if constexpr (sizeof(hn::TFromV<V>) == 4) {
+        return hn::Sub(hn::Max(a, b), b);
+    } else {
+        return hn::SaturatedSub(a, b);
+    }
+}
+
+// floor((a + b) / 2) and floor((a - b) / 2) in the lane's own width, so a
+// shifted sum or difference needs no widening and never saturates.
+template <class V>
+V HalfSum(V a, V b)
+{
+    const auto one = hn::Set(hn::DFromV<V>(), 1);
+    return hn::Add(hn::Add(hn::ShiftRight<1>(a), hn::ShiftRight<1>(b)), hn::And(hn::And(a, b), one));
+}
+template <class V>
+V HalfDiff(V a, V b)
+{
+    const auto one = hn::Set(hn::DFromV<V>(), 1);
+    return hn::Sub(hn::Sub(hn::ShiftRight<1>(a), hn::ShiftRight<1>(b)), hn::AndNot(a, hn::And(b, one)));
+}
+
+// Applies op to whole vectors of a and b into d; returns the pels done.
+template <class T, class Op>
+std::size_t EachVector(const T* a, const T* b, T* d, std::size_t n, Op op)
+{
+    const hn::ScalableTag<T> t;
+    const std::size_t N = hn::Lanes(t);
+    std::size_t i = 0;
+    for (; i + N <= n; i += N) hn::StoreU(op(hn::LoadU(t, a + i), hn::LoadU(t, b + i)), t, d + i);
+    return i;
+}
+
+template <class T>
+void AddRow(const T* a, const T* b, T* d, std::size_t n, int shift)
+{
+    const std::size_t i = shift == 0 ? EachVector(a, b, d, n, [](auto x, auto y) { return SatAdd(x, y); })
+                                     : EachVector(a, b, d, n, [shift](auto x, auto y) {
+                                           return ShrAny(HalfSum(x, y), shift - 1);
+                                       });
+    ref::AddRow(a + i, b + i, d + i, n - i, shift);
+}
+
+template <class T>
+void SubRow(const T* a, const T* b, T* d, std::size_t n, int shift)
+{
+    std::size_t i = 0;
+    if (shift == 0) {
+        i = EachVector(a, b, d, n, [](auto x, auto y) { return SatSub(x, y); });
+    } else if constexpr (hwy::IsSigned<T>()) {
+        i = EachVector(a, b, d, n, [shift](auto x, auto y) { return ShrAny(HalfDiff(x, y), shift - 1); });
+    } else {
+        // A negative difference shifts to a negative number, which saturates to 0.
+        i = EachVector(a, b, d, n, [shift](auto x, auto y) { return ShrAny(SatSub(x, y), shift); });
+    }
+    ref::SubRow(a + i, b + i, d + i, n - i, shift);
+}
+
+// Back from the wide lanes to T, saturating; the wide lanes of unsigned pels
+// are unsigned, which DemoteTo does not take, so they clamp first.
+template <class DT, class VW>
+auto Narrow(DT dt, VW v)
+{
+    using T = hn::TFromD<DT>;
+    using W = hn::TFromV<VW>;
+    if constexpr (hwy::IsSigned<W>()) {
+        return hn::DemoteTo(dt, v);
+    } else {
+        const hn::DFromV<VW> dw;
+        const hn::RebindToSigned<decltype(dw)> di;
+        return hn::DemoteTo(dt, hn::BitCast(di, hn::Min(v, hn::Set(dw, W(hwy::LimitsMax<T>())))));
+    }
+}
+
+// Products of 8- and 16-bit pels in lanes twice as wide; a 32-bit product
+// needs 64 bits, and 1.0.3 only has MulEven for that, which would take a
+// shuffle per vector: those rows stay scalar.
+template <class T, bool kAdd>
+void MultRows(const T* a, const T* b, T* d, std::size_t n, int shift)
+{
+    std::size_t i = 0;
+    if constexpr (sizeof(T) < 4) {
+        const hn::ScalableTag<hwy::MakeWide<T>> dw;
+        const hn::Rebind<T, decltype(dw)> dt;
+        const std::size_t N = hn::Lanes(dw);
+        for (; i + N <= n; i += N) {
+            auto v = ShrAny(hn::Mul(hn::PromoteTo(dw, hn::LoadU(dt, a + i)), hn::PromoteTo(dw, hn::LoadU(dt, b + i))),
+                            shift);
+            if constexpr (kAdd) v = hn::Add(v, hn::PromoteTo(dw, hn::LoadU(dt, d + i)));
+            hn::StoreU(Narrow(dt, v), dt, d + i);
+        }
+    }
+    if constexpr (kAdd) {
+        ref::MultAddRow(a + i, b + i, d + i, n - i, shift);
+    } else {
+        ref::MultRow(a + i, b + i, d + i, n - i, shift);
+    }
+}
+
+template <class T>
+void MultRow(const T* a, const T* b, T* d, std::size_t n, int shift)
+{
+    MultRows<T, false>(a, b, d, n, shift);
+}
+
+template <class T>
+void MultAddRow(const T* a, const T* b, T* d, std::size_t n, int shift)
+{
+    MultRows<T, true>(a, b, d, n, shift);
+}
+
+template <class T>
+void MinRow(const T* a, const T* b, T* d, std::size_t n)
+{
+    const std::size_t i = EachVector(a, b, d, n, [](auto x, auto y) { return hn::Min(x, y); });
+    ref::MinRow(a + i, b + i, d + i, n - i);
+}
+
+template <class T>
+void MaxRow(const T* a, const T* b, T* d, std::size_t n)
+{
+    const std::size_t i = EachVector(a, b, d, n, [](auto x, auto y) { return hn::Max(x, y); });
+    ref::MaxRow(a + i, b + i, d + i, n - i);
+}
+
+YCORE_ARITH_KERNELS(YCORE_SHIFT_ROW, YCORE_PLAIN_ROW)
+
+} // namespace HWY_NAMESPACE
+} // namespace ycore
+HWY_AFTER_NAMESPACE();
+#endif
+
+#if !YCORE_SIMD || HWY_ONCE
+#include "core/kernels/dispatch.h"
 #include "core/kernels/image.h"
 
 namespace {
@@ -19,34 +191,28 @@ int binary(const yimg_image* a, const yimg_image* b, yimg_image* d, Row row)
 } // namespace
 
 #define YCORE_SHIFT_ENTRY(Op, Sfx, T)                                                                    \
+    namespace ycore {                                                                                    \
+    YCORE_EXPORT(Op##Sfx##Row);                                                                          \
+    }                                                                                                    \
     extern "C" int yip_pel##Op##Sfx(const yimg_image* a, const yimg_image* b, yimg_image* d, int shift) \
     {                                                                                                    \
+        using namespace ycore;                                                                           \
         if (shift < 0 || shift > 31) return YSTD_ERR_BAD_ARGUMENT;                                       \
         return binary<T>(a, b, d, [shift](const T* ra, const T* rb, T* rd, std::size_t n) {              \
-            ycore::ref::Op##Sfx##Row(ra, rb, rd, n, shift);                                              \
+            YCORE_ROW(Op##Sfx##Row)(ra, rb, rd, n, shift);                                               \
         });                                                                                              \
     }
 #define YCORE_PLAIN_ENTRY(Op, Sfx, T)                                                                    \
+    namespace ycore {                                                                                    \
+    YCORE_EXPORT(Op##Sfx##Row);                                                                          \
+    }                                                                                                    \
     extern "C" int yip_pel##Op##Sfx(const yimg_image* a, const yimg_image* b, yimg_image* d)            \
     {                                                                                                    \
+        using namespace ycore;                                                                           \
         return binary<T>(a, b, d, [](const T* ra, const T* rb, T* rd, std::size_t n) {                   \
-            ycore::ref::Op##Sfx##Row(ra, rb, rd, n);                                                     \
+            YCORE_ROW(Op##Sfx##Row)(ra, rb, rd, n);                                                      \
         });                                                                                              \
     }
 
-#define YCORE_SHIFT_ENTRIES(Op)                                                                          \
-    YCORE_SHIFT_ENTRY(Op, 8, std::uint8_t)                                                               \
-    YCORE_SHIFT_ENTRY(Op, 16, std::uint16_t)                                                             \
-    YCORE_SHIFT_ENTRY(Op, S16, std::int16_t)                                                             \
-    YCORE_SHIFT_ENTRY(Op, 32, std::uint32_t)
-#define YCORE_PLAIN_ENTRIES(Op)                                                                          \
-    YCORE_PLAIN_ENTRY(Op, 8, std::uint8_t)                                                               \
-    YCORE_PLAIN_ENTRY(Op, 16, std::uint16_t)                                                             \
-    YCORE_PLAIN_ENTRY(Op, 32, std::uint32_t)
-
-YCORE_SHIFT_ENTRIES(Add)
-YCORE_SHIFT_ENTRIES(Sub)
-YCORE_SHIFT_ENTRIES(Mult)
-YCORE_SHIFT_ENTRIES(MultAdd)
-YCORE_PLAIN_ENTRIES(Min)
-YCORE_PLAIN_ENTRIES(Max)
+YCORE_ARITH_KERNELS(YCORE_SHIFT_ENTRY, YCORE_PLAIN_ENTRY)
+#endif

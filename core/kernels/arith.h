@@ -77,25 +77,22 @@ void MaxRow(const T* a, const T* b, T* d, std::size_t n)
     {                                                                                  \
         Op##Row<T>(a, b, d, n);                                                        \
     }
-#define YCORE_SHIFT_ROWS(Op)                                                           \
-    YCORE_SHIFT_ROW(Op, 8, std::uint8_t)                                               \
-    YCORE_SHIFT_ROW(Op, 16, std::uint16_t)                                             \
-    YCORE_SHIFT_ROW(Op, S16, std::int16_t)                                             \
-    YCORE_SHIFT_ROW(Op, 32, std::uint32_t)
-#define YCORE_PLAIN_ROWS(Op)                                                           \
-    YCORE_PLAIN_ROW(Op, 8, std::uint8_t)                                               \
-    YCORE_PLAIN_ROW(Op, 16, std::uint16_t)                                             \
-    YCORE_PLAIN_ROW(Op, 32, std::uint32_t)
-#define YCORE_ARITH_ROWS                                                               \
-    YCORE_SHIFT_ROWS(Add)                                                              \
-    YCORE_SHIFT_ROWS(Sub)                                                              \
-    YCORE_SHIFT_ROWS(Mult)                                                             \
-    YCORE_SHIFT_ROWS(MultAdd)                                                          \
-    YCORE_PLAIN_ROWS(Min)                                                              \
-    YCORE_PLAIN_ROWS(Max)
+
+// X(Op, Sfx, T) for each pel type of an operation with a shift (SHIFTED) and
+// without (PLAIN).
+#define YCORE_SHIFT_TYPES(X, Op)                                                       \
+    X(Op, 8, std::uint8_t) X(Op, 16, std::uint16_t) X(Op, S16, std::int16_t) X(Op, 32, std::uint32_t)
+#define YCORE_PLAIN_TYPES(X, Op) X(Op, 8, std::uint8_t) X(Op, 16, std::uint16_t) X(Op, 32, std::uint32_t)
+#define YCORE_ARITH_KERNELS(SHIFTED, PLAIN)                                            \
+    YCORE_SHIFT_TYPES(SHIFTED, Add)                                                    \
+    YCORE_SHIFT_TYPES(SHIFTED, Sub)                                                    \
+    YCORE_SHIFT_TYPES(SHIFTED, Mult)                                                   \
+    YCORE_SHIFT_TYPES(SHIFTED, MultAdd)                                                \
+    YCORE_PLAIN_TYPES(PLAIN, Min)                                                      \
+    YCORE_PLAIN_TYPES(PLAIN, Max)
 
 namespace ycore::ref {
-YCORE_ARITH_ROWS
+YCORE_ARITH_KERNELS(YCORE_SHIFT_ROW, YCORE_PLAIN_ROW)
 } // namespace ycore::ref
 
 #endif

@@ -104,6 +104,24 @@ private:
     yimg_image im_;
 };
 
+// Pel (x, y) of a window of 1-, 2- or 4-byte pels, as a 32-bit number.
+inline void putPel(Image& im, std::int32_t x, std::int32_t y, std::uint32_t v)
+{
+    switch (im.get()->pelSize) {
+    case 1: im.set(x, y, std::uint8_t(v)); break;
+    case 2: im.set(x, y, std::uint16_t(v)); break;
+    default: im.set(x, y, v); break;
+    }
+}
+inline std::uint32_t getPel(const Image& im, std::int32_t x, std::int32_t y)
+{
+    switch (im.get()->pelSize) {
+    case 1: return im.at<std::uint8_t>(x, y);
+    case 2: return im.at<std::uint16_t>(x, y);
+    default: return im.at<std::uint32_t>(x, y);
+    }
+}
+
 // Window shapes that catch tails and odd starts: (width, height, skip, pad).
 struct Shape {
     std::int32_t width, height, skip, pad;
