@@ -4,15 +4,17 @@
 
 #include <array>
 #include <cmath>
+#include <concepts>
 #include <limits>
+#include <vector>
 
 namespace {
 
-template <class D>
-D saturate(std::int64_t v)
+template <class D, std::integral W>
+D saturate(W v)
 {
-    constexpr std::int64_t lo = std::numeric_limits<D>::min();
-    constexpr std::int64_t hi = std::numeric_limits<D>::max();
+    constexpr W lo = std::numeric_limits<D>::min();
+    constexpr W hi = std::numeric_limits<D>::max();
     return static_cast<D>(v < lo ? lo : v > hi ? hi : v);
 }
 
@@ -50,6 +52,7 @@ struct CoreArith<std::uint32_t> {
 };
 
 // The core's rule for sources of two widths, which the core does not take.
+// Into 16 bits every result fits 32-bit arithmetic, which vectorises.
 template <yc_PelOp Op, class S1, class S2, class D>
 class MixedArith : public yc_Kernel_2s1d<S1, S2, D> {
 public:
@@ -61,7 +64,9 @@ public:
     }
 
 private:
-    std::int64_t combine(std::int64_t a, std::int64_t b, std::int64_t d) const
+    using Wide = std::conditional_t<sizeof(D) <= 2, std::int32_t, std::int64_t>;
+
+    Wide combine(Wide a, Wide b, Wide d) const
     {
         switch (Op) {
         case yc_PelOp::Add: return (a + b) >> shift_;
@@ -132,43 +137,49 @@ double quotient(double v, double divisor, bool round)
     return q - f >= 0.5 ? f + 1.0 : f;
 }
 
-// 8-bit sources through a table built once; a divisor 2^k (k up to 32)
-// through shifts, which give the same pels; anything else pel by pel.
+// A divisor 2^k (k up to 32) through shifts, which give the same pels; else
+// through a table of every source value, built once, when there are far
+// more pels than values (always for 8-bit sources); else pel by pel.
 template <class S, class D>
 class DivideByVal : public yc_Kernel_1s1d<S, D> {
 public:
-    DivideByVal(double divisor, bool round) : divisor_(divisor), round_(round)
+    DivideByVal(double divisor, bool round, std::int64_t pels) : divisor_(divisor), round_(round)
     {
-        if constexpr (kTable) {
-            for (int v = 0; v < 256; ++v) table_[static_cast<std::size_t>(v)] = saturate<D>(quotient(v, divisor, round));
-        } else {
-            int e = 0;
-            if (std::frexp(divisor, &e) == 0.5 && e >= 1 && e <= 33) {
-                shift_ = e - 1;
-                half_ = round && shift_ > 0 ? std::int64_t{1} << (shift_ - 1) : 0;
+        int e = 0;
+        if (std::frexp(divisor, &e) == 0.5 && e >= 1 && e <= 33) {
+            shift_ = e - 1;
+            half_ = round && shift_ > 0 ? std::int64_t{1} << (shift_ - 1) : 0;
+        }
+        if constexpr (sizeof(S) <= 2) {
+            constexpr std::int64_t values = std::int64_t{1} << (8 * sizeof(S));
+            if (sizeof(S) == 1 || (shift_ < 0 && pels >= 4 * values)) {
+                table_.resize(static_cast<std::size_t>(values));
+                for (std::int64_t v = 0; v < values; ++v) table_[static_cast<std::size_t>(v)] = one(static_cast<S>(v));
             }
         }
     }
 
     void process(const S* src, D* dst, std::int32_t count) override
     {
-        if constexpr (kTable) {
-            for (std::int32_t i = 0; i < count; ++i) dst[i] = table_[src[i]];
-        } else if (shift_ >= 0) {
-            for (std::int32_t i = 0; i < count; ++i) dst[i] = saturate<D>((std::int64_t{src[i]} + half_) >> shift_);
+        if (!table_.empty()) {
+            for (std::int32_t i = 0; i < count; ++i) dst[i] = table_[static_cast<std::size_t>(src[i])];
         } else {
-            for (std::int32_t i = 0; i < count; ++i) dst[i] = saturate<D>(quotient(src[i], divisor_, round_));
+            for (std::int32_t i = 0; i < count; ++i) dst[i] = one(src[i]);
         }
     }
 
 private:
-    static constexpr bool kTable = sizeof(S) == 1;
+    D one(S v) const
+    {
+        if (shift_ >= 0) return saturate<D>((std::int64_t{v} + half_) >> shift_);
+        return saturate<D>(quotient(v, divisor_, round_));
+    }
 
     double divisor_;
     bool round_;
     int shift_ = -1;
     std::int64_t half_ = 0;
-    std::array<D, kTable ? 256 : 0> table_{};
+    std::vector<D> table_;
 };
 
 constexpr const char* kSourceName = ycSource::pelfunc;
@@ -231,7 +242,7 @@ void yfPelDivideByVal(const ycPelBuffer_const<S>& src, ycPelBuffer<D>& dst, doub
     if (divisor == 0.0) return;
     if (!std::isfinite(divisor)) throw ycPelFunc::BadParams();
     ycPelBuffer_const<S> s = src;
-    DivideByVal<S, D> kernel(divisor, round);
+    DivideByVal<S, D> kernel(divisor, round, std::int64_t{s.width()} * s.height());
     yf_PelApply_1s1d(s, dst, kernel);
 }
 

@@ -33,8 +33,11 @@
 // 3), false truncates it toward zero; the forms without `round` round. The
 // result saturates to D's range, so a negative quotient gives 0. A divisor of
 // 0 is an assertion and the call then changes nothing; a NaN or infinite
-// divisor is ycPelFunc::BadParams. yfPelIntDivideByVal (u16 to u8 or u16)
-// takes a whole divisor, with the same rule; a negative one is BadParams.
+// divisor is ycPelFunc::BadParams. Powers of two go through shifts, and
+// 8-bit sources and large 16-bit windows through a table of every quotient,
+// built once per call: the pels are the same. yfPelIntDivideByVal (u16 to
+// u8 or u16) takes a whole divisor, with the same rule; a negative one is
+// BadParams.
 //
 // Square-accumulate, yfPelSquareAccum<unsigned char, std::uint32_t>(src, dst,
 // scale): each destination pel gets v * v * scale of its source pel v, in

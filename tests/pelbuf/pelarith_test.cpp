@@ -247,6 +247,23 @@ TEST(PelDivide, PowersOfTwoAgreeWithExactDivision)
     }
 }
 
+// A large 16-bit window goes through a table of all 65536 quotients.
+TEST(PelDivide, LargeWindowsAgreeWithExactDivision)
+{
+    std::vector<unsigned short> pels(640 * 480);
+    for (std::size_t i = 0; i < pels.size(); ++i) pels[i] = static_cast<unsigned short>(i * 40503u >> 3);
+    const ycPelBuffer<unsigned short> src = pelsAt<unsigned short>(640, 480, pels);
+    for (std::uint32_t d : {3u, 7u, 200u}) {
+        for (bool round : {true, false}) {
+            ycPelBuffer<unsigned short> dst;
+            yfPelDivideByVal(ycPelBuffer_const<unsigned short>(src), dst, d, round);
+            std::vector<unsigned short> want;
+            for (std::uint32_t v : pels) want.push_back(static_cast<unsigned short>(round ? (2 * v + d) / (2 * d) : v / d));
+            EXPECT_EQ(pelsOf<unsigned short>(dst), want) << d << (round ? " round" : " truncate");
+        }
+    }
+}
+
 TEST(PelDivide, RefusedDivisorsChangeNothing)
 {
     const ycPelBuffer<unsigned short> src = row<unsigned short>({5, 6});
