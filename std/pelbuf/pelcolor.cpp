@@ -54,7 +54,10 @@ void pack(const Planes_const& r, const Planes_const& g, const Planes_const& b, y
 class ChannelKernel : public yc_Kernel_1s1d<ycPackedRGB32Pel, unsigned char> {
 public:
     explicit ChannelKernel(Channel c) : channel_(c) {}
-    void process(const ycPackedRGB32Pel* s, unsigned char* d, std::int32_t n) override { channelRow(s, d, n, channel_); }
+    void process(const ycPackedRGB32Pel* s, unsigned char* d, std::int32_t n) override
+    {
+        channelRow(s, d, n, channel_);
+    }
 
 private:
     Channel channel_;
@@ -74,7 +77,8 @@ public:
     void process(const ycPackedRGB32Pel* s, unsigned char* d, std::int32_t n) override
     {
         for (std::int32_t i = 0; i < n; ++i) {
-            const double v = table_[0][s[i].red] + table_[1][s[i].green] + table_[2][s[i].blue] + table_[3][s[i].fourth];
+            const double v =
+                table_[0][s[i].red] + table_[1][s[i].green] + table_[2][s[i].blue] + table_[3][s[i].fourth];
             const double r = std::floor(v + 0.5);
             d[i] = !(r >= 0.0) ? 0 : r >= 255.0 ? 255 : static_cast<unsigned char>(r);
         }

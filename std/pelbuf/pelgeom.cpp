@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <initializer_list>
 #include <limits>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -73,6 +74,22 @@ ycPelBuffer<T> resultFor(const ycPelBuffer_const<T>& src, const ycPelRect& r, Ax
     const yc2XformLinear sourceFromResult(m, ycVector<2>(x.shift, y.shift));
     out.clientFromImageXformBase(src.clientFromImageXformBase()->composeBase(sourceFromResult), false);
     return out;
+}
+
+// The copied source and the new result of a rescaling operation with
+// factors (or box sizes) fx and fy: `place` gives the result's rectangle from
+// the source window, `axis(x0, r0, f)` one axis of the map from result to
+// source image coordinates.
+template <ycPelType T, class Place, class AxisOf>
+std::pair<ycPelBuffer_const<T>, ycPelBuffer<T>> rescaled(const ycPelBuffer_const<T>& src, std::int32_t fx,
+                                                         std::int32_t fy, Place place, AxisOf axis)
+{
+    checkFactors(fx, fy);
+    ycPelBuffer_const<T> s = boundCopy(src);
+    const ycPelRect w = s.window();
+    const ycPelRect r = place(w);
+    ycPelBuffer<T> out = resultFor(s, r, axis(w.x(), r.x(), fx), axis(w.y(), r.y(), fy));
+    return {std::move(s), std::move(out)};
 }
 
 // Runs a core kernel from `s` to `d` when `d` is bound.
@@ -153,12 +170,9 @@ ycPelBuffer<T> yfPelTranspose(const ycPelBuffer_const<T>& src)
 template <ycPelType T>
 ycPelBuffer<T> yfPelSample(const ycPelBuffer_const<T>& src, std::int32_t xFactor, std::int32_t yFactor)
 {
-    checkFactors(xFactor, yFactor);
-    const ycPelBuffer_const<T> s = boundCopy(src);
-    const ycPelRect w = s.window();
-    const ycPelRect r = reducedRect(w, xFactor, yFactor);
-    ycPelBuffer<T> out = resultFor(s, r, Axis{double(xFactor), w.x() - double(xFactor) * r.x()},
-                                   Axis{double(yFactor), w.y() - double(yFactor) * r.y()});
+    auto [s, out] = rescaled(
+        src, xFactor, yFactor, [=](const ycPelRect& w) { return reducedRect(w, xFactor, yFactor); },
+        [](std::int32_t x0, std::int32_t r0, std::int32_t f) { return Axis{double(f), x0 - double(f) * r0}; });
     eachRow(s, out, [=](std::int32_t row) { return std::int64_t{row} * yFactor; },
             [=](const T* a, T* d, std::int32_t n) {
                 for (std::int32_t i = 0; i < n; ++i) d[i] = a[std::ptrdiff_t{i} * xFactor];
@@ -169,19 +183,20 @@ ycPelBuffer<T> yfPelSample(const ycPelBuffer_const<T>& src, std::int32_t xFactor
 template <ycPelType T>
 ycPelBuffer<T> yfPelExpand(const ycPelBuffer_const<T>& src, std::int32_t xFactor, std::int32_t yFactor)
 {
-    checkFactors(xFactor, yFactor);
-    const ycPelBuffer_const<T> s = boundCopy(src);
-    const ycPelRect w = s.window();
-    const ycPelRect r = rect64(std::int64_t{w.x()} * xFactor, std::int64_t{w.y()} * yFactor,
-                               std::int64_t{w.width()} * xFactor, std::int64_t{w.height()} * yFactor);
+    auto place = [=](const ycPelRect& w) {
+        return rect64(std::int64_t{w.x()} * xFactor, std::int64_t{w.y()} * yFactor,
+                      std::int64_t{w.width()} * xFactor, std::int64_t{w.height()} * yFactor);
+    };
     // The centre of each block maps to the centre of its source pel.
     auto axis = [](std::int32_t x0, std::int32_t r0, std::int32_t f) {
         return Axis{1.0 / f, x0 - (r0 + (f - 1) / 2.0) / f};
     };
-    ycPelBuffer<T> out = resultFor(s, r, axis(w.x(), r.x(), xFactor), axis(w.y(), r.y(), yFactor));
+    auto [s, out] = rescaled(src, xFactor, yFactor, place, axis);
     eachRow(s, out, [=](std::int32_t row) { return row / yFactor; },
             [=](const T* a, T* d, std::int32_t n) {
-                for (std::int32_t i = 0; i < n / xFactor; ++i) std::fill_n(d + std::ptrdiff_t{i} * xFactor, xFactor, a[i]);
+                for (std::int32_t i = 0; i < n / xFactor; ++i) {
+                    std::fill_n(d + std::ptrdiff_t{i} * xFactor, xFactor, a[i]);
+                }
             });
     return out;
 }
@@ -190,15 +205,17 @@ template <ycPelType T>
 ycPelBuffer<T> yfPelSpatialAvg(const ycPelBuffer_const<T>& src, std::int32_t xFactor, std::int32_t yFactor,
                                std::uint32_t divisor)
 {
-    checkFactors(xFactor, yFactor);
-    const ycPelBuffer_const<T> s = boundCopy(src);
-    const ycPelRect w = s.window();
-    const ycPelRect r = reducedRect(w, xFactor, yFactor);
-    auto axis = [](std::int32_t x0, std::int32_t r0, std::int32_t f) {
-        return Axis{double(f), x0 + (f - 1) / 2.0 - double(f) * r0};
-    };
-    ycPelBuffer<T> out = resultFor(s, r, axis(w.x(), r.x(), xFactor), axis(w.y(), r.y(), yFactor));
+    // Each result pel sits at its block's centre.
+    auto made = rescaled(
+        src, xFactor, yFactor, [=](const ycPelRect& w) { return reducedRect(w, xFactor, yFactor); },
+        [](std::int32_t x0, std::int32_t r0, std::int32_t f) {
+            return Axis{double(f), x0 + (f - 1) / 2.0 - double(f) * r0};
+        });
+    const ycPelBuffer_const<T>& s = made.first;
+    ycPelBuffer<T>& out = made.second;
     if (!out.isBound()) return out;
+    const ycPelRect w = s.window();
+    const ycPelRect r = out.window();
 
     const std::uint64_t div = divisor != 0 ? divisor : std::uint64_t(xFactor) * std::uint64_t(yFactor);
     const std::uint64_t top = std::numeric_limits<T>::max();
@@ -220,15 +237,14 @@ ycPelBuffer<T> yfPelSpatialAvg(const ycPelBuffer_const<T>& src, std::int32_t xFa
 
 ycPelBuffer<unsigned char> yfPelSmooth(const ycPelBuffer_const<unsigned char>& src, int xSize, int ySize)
 {
-    checkFactors(xSize, ySize);
-    const Pels8_const s = boundCopy(src);
-    const ycPelRect w = s.window();
-    const ycPelRect r = boxRect(w, xSize, ySize);
-    auto axis = [](std::int32_t x0, std::int32_t r0, std::int32_t size) {
-        return Axis{1.0, x0 - r0 + (size - 1) / 2.0};
-    };
-    Pels8 out = resultFor(s, r, axis(w.x(), r.x(), xSize), axis(w.y(), r.y(), ySize));
+    auto made = rescaled(
+        src, xSize, ySize, [=](const ycPelRect& w) { return boxRect(w, xSize, ySize); },
+        [](std::int32_t x0, std::int32_t r0, std::int32_t size) { return Axis{1.0, x0 - r0 + (size - 1) / 2.0}; });
+    const Pels8_const& s = made.first;
+    Pels8& out = made.second;
     if (!out.isBound()) return out;
+    const ycPelRect w = s.window();
+    const ycPelRect r = out.window();
 
     // Row sums of the last ySize source rows (row y in slot y % ySize), and
     // the column sums of those.
@@ -314,31 +330,4 @@ ycPelBuffer<unsigned char> yfPelMedian3x3(const ycPelBuffer_const<unsigned char>
     return out;
 }
 
-#define TLVSTD_PELGEOM_FLIPS(T)                                                            \
-    template TLVSTD_INSTANCE_API ycPelBuffer<T> yfPelFlipH<T>(const ycPelBuffer_const<T>&); \
-    template TLVSTD_INSTANCE_API ycPelBuffer<T> yfPelFlipV<T>(const ycPelBuffer_const<T>&); \
-    template TLVSTD_INSTANCE_API ycPelBuffer<T> yfPelTranspose<T>(const ycPelBuffer_const<T>&);
-#define TLVSTD_PELGEOM_SCALE(T)                                                                                    \
-    template TLVSTD_INSTANCE_API ycPelBuffer<T> yfPelSample<T>(const ycPelBuffer_const<T>&, std::int32_t,        \
-                                                              std::int32_t);                                    \
-    template TLVSTD_INSTANCE_API ycPelBuffer<T> yfPelExpand<T>(const ycPelBuffer_const<T>&, std::int32_t,        \
-                                                              std::int32_t);
-#define TLVSTD_PELGEOM_AVG(T)                                                                                      \
-    template TLVSTD_INSTANCE_API ycPelBuffer<T> yfPelSpatialAvg<T>(const ycPelBuffer_const<T>&, std::int32_t,    \
-                                                                  std::int32_t, std::uint32_t);
-TLVSTD_PELGEOM_FLIPS(unsigned char)
-TLVSTD_PELGEOM_FLIPS(unsigned short)
-TLVSTD_PELGEOM_FLIPS(std::uint32_t)
-TLVSTD_PELGEOM_SCALE(unsigned char)
-TLVSTD_PELGEOM_SCALE(unsigned short)
-TLVSTD_PELGEOM_SCALE(std::uint32_t)
-TLVSTD_PELGEOM_SCALE(float)
-TLVSTD_PELGEOM_SCALE(ycPackedRGB16Pel)
-TLVSTD_PELGEOM_SCALE(ycPackedRGB32Pel)
-TLVSTD_PELGEOM_SCALE(ycPair<std::int32_t>)
-TLVSTD_PELGEOM_SCALE(ycPair<float>)
-TLVSTD_PELGEOM_AVG(unsigned char)
-TLVSTD_PELGEOM_AVG(unsigned short)
-TLVSTD_PELGEOM_AVG(std::uint32_t)
-template TLVSTD_INSTANCE_API void yfPelBorderSet<unsigned char>(ycPelBuffer<unsigned char>&, unsigned char);
-template TLVSTD_INSTANCE_API void yfPelBorderSet<short>(ycPelBuffer<short>&, short);
+TLVSTD_PELGEOM_INSTANCES(template TLVSTD_INSTANCE_API)

@@ -98,35 +98,34 @@ TLVSTD_API ycPelBuffer<unsigned char> yfPelInvert_U8(const ycPelBuffer_const<uns
 TLVSTD_API void yfPelMedian3x3(const ycPelBuffer_const<unsigned char>& src, ycPelBuffer<unsigned char>& dst);
 TLVSTD_API ycPelBuffer<unsigned char> yfPelMedian3x3(const ycPelBuffer_const<unsigned char>& src);
 
-#define TLVSTD_PELGEOM_FLIPS(T)                                                             \
-    extern template TLVSTD_API ycPelBuffer<T> yfPelFlipH<T>(const ycPelBuffer_const<T>&);  \
-    extern template TLVSTD_API ycPelBuffer<T> yfPelFlipV<T>(const ycPelBuffer_const<T>&);  \
-    extern template TLVSTD_API ycPelBuffer<T> yfPelTranspose<T>(const ycPelBuffer_const<T>&);
-#define TLVSTD_PELGEOM_SCALE(T)                                                                                   \
-    extern template TLVSTD_API ycPelBuffer<T> yfPelSample<T>(const ycPelBuffer_const<T>&, std::int32_t,         \
-                                                             std::int32_t);                                     \
-    extern template TLVSTD_API ycPelBuffer<T> yfPelExpand<T>(const ycPelBuffer_const<T>&, std::int32_t, std::int32_t);
-#define TLVSTD_PELGEOM_AVG(T)                                                                                     \
-    extern template TLVSTD_API ycPelBuffer<T> yfPelSpatialAvg<T>(const ycPelBuffer_const<T>&, std::int32_t,     \
-                                                                 std::int32_t, std::uint32_t);
-TLVSTD_PELGEOM_FLIPS(unsigned char)
-TLVSTD_PELGEOM_FLIPS(unsigned short)
-TLVSTD_PELGEOM_FLIPS(std::uint32_t)
-TLVSTD_PELGEOM_SCALE(unsigned char)
-TLVSTD_PELGEOM_SCALE(unsigned short)
-TLVSTD_PELGEOM_SCALE(std::uint32_t)
-TLVSTD_PELGEOM_SCALE(float)
-TLVSTD_PELGEOM_SCALE(ycPackedRGB16Pel)
-TLVSTD_PELGEOM_SCALE(ycPackedRGB32Pel)
-TLVSTD_PELGEOM_SCALE(ycPair<std::int32_t>)
-TLVSTD_PELGEOM_SCALE(ycPair<float>)
-TLVSTD_PELGEOM_AVG(unsigned char)
-TLVSTD_PELGEOM_AVG(unsigned short)
-TLVSTD_PELGEOM_AVG(std::uint32_t)
-extern template TLVSTD_API void yfPelBorderSet<unsigned char>(ycPelBuffer<unsigned char>&, unsigned char);
-extern template TLVSTD_API void yfPelBorderSet<short>(ycPelBuffer<short>&, short);
-#undef TLVSTD_PELGEOM_FLIPS
-#undef TLVSTD_PELGEOM_SCALE
-#undef TLVSTD_PELGEOM_AVG
+// The instantiations, declared here and defined in pelgeom.cpp; `S` is what
+// precedes each one.
+#define TLVSTD_PELGEOM_FLIPS(S, T)                                  \
+    S ycPelBuffer<T> yfPelFlipH<T>(const ycPelBuffer_const<T>&);    \
+    S ycPelBuffer<T> yfPelFlipV<T>(const ycPelBuffer_const<T>&);    \
+    S ycPelBuffer<T> yfPelTranspose<T>(const ycPelBuffer_const<T>&);
+#define TLVSTD_PELGEOM_SCALE(S, T)                                                                 \
+    S ycPelBuffer<T> yfPelSample<T>(const ycPelBuffer_const<T>&, std::int32_t, std::int32_t);     \
+    S ycPelBuffer<T> yfPelExpand<T>(const ycPelBuffer_const<T>&, std::int32_t, std::int32_t);
+#define TLVSTD_PELGEOM_AVG(S, T) \
+    S ycPelBuffer<T> yfPelSpatialAvg<T>(const ycPelBuffer_const<T>&, std::int32_t, std::int32_t, std::uint32_t);
+#define TLVSTD_PELGEOM_INSTANCES(S)                                                    \
+    TLVSTD_PELGEOM_FLIPS(S, unsigned char)                                             \
+    TLVSTD_PELGEOM_FLIPS(S, unsigned short)                                            \
+    TLVSTD_PELGEOM_FLIPS(S, std::uint32_t)                                             \
+    TLVSTD_PELGEOM_SCALE(S, unsigned char)                                             \
+    TLVSTD_PELGEOM_SCALE(S, unsigned short)                                            \
+    TLVSTD_PELGEOM_SCALE(S, std::uint32_t)                                             \
+    TLVSTD_PELGEOM_SCALE(S, float)                                                     \
+    TLVSTD_PELGEOM_SCALE(S, ycPackedRGB16Pel)                                          \
+    TLVSTD_PELGEOM_SCALE(S, ycPackedRGB32Pel)                                          \
+    TLVSTD_PELGEOM_SCALE(S, ycPair<std::int32_t>)                                      \
+    TLVSTD_PELGEOM_SCALE(S, ycPair<float>)                                             \
+    TLVSTD_PELGEOM_AVG(S, unsigned char)                                               \
+    TLVSTD_PELGEOM_AVG(S, unsigned short)                                              \
+    TLVSTD_PELGEOM_AVG(S, std::uint32_t)                                               \
+    S void yfPelBorderSet<unsigned char>(ycPelBuffer<unsigned char>&, unsigned char); \
+    S void yfPelBorderSet<short>(ycPelBuffer<short>&, short);
+TLVSTD_PELGEOM_INSTANCES(extern template TLVSTD_API)
 
 #endif

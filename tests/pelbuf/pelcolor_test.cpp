@@ -1,6 +1,8 @@
 // Colour packing and extraction.
 #include "std/pelbuf/pelcolor.h"
 
+#include "tests/pelbuf/pelops.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -10,23 +12,6 @@
 #include <vector>
 
 namespace {
-
-template <class T>
-ycPelBuffer<T> bufferOf(std::int32_t w, std::int32_t h, const std::vector<T>& pels, std::int32_t x0 = 0,
-                        std::int32_t y0 = 0)
-{
-    ycPelBuffer<T> b(ycPelRect(x0, y0, w, h), 4);
-    b.copyFromBuffer(pels.data());
-    return b;
-}
-
-template <class T>
-std::vector<T> pelsOf(const ycPelBuffer_const<T>& b)
-{
-    std::vector<T> out(static_cast<std::size_t>(b.width()) * static_cast<std::size_t>(b.height()));
-    if (b.isBound()) b.copyToBuffer(out.data());
-    return out;
-}
 
 using Bytes = std::vector<unsigned char>;
 

@@ -3,6 +3,8 @@
 
 #include "tests/pelbuf/pelvalues.h"
 
+#include "tests/pelbuf/pelops.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -14,23 +16,6 @@
 #include <vector>
 
 namespace {
-
-template <class T>
-ycPelBuffer<T> bufferOf(std::int32_t w, std::int32_t h, const std::vector<T>& pels, std::int32_t x0 = 0,
-                        std::int32_t y0 = 0)
-{
-    ycPelBuffer<T> b(ycPelRect(x0, y0, w, h), 4);
-    b.copyFromBuffer(pels.data());
-    return b;
-}
-
-template <class T>
-std::vector<T> pelsOf(const ycPelBuffer_const<T>& b)
-{
-    std::vector<T> out(static_cast<std::size_t>(b.width()) * static_cast<std::size_t>(b.height()));
-    if (b.isBound()) b.copyToBuffer(out.data());
-    return out;
-}
 
 // Small values moved to the pel's high byte, so a wrong pel size shows.
 template <class T>
@@ -306,7 +291,8 @@ TEST(PelGeom, MedianFramesTheCoreKernel)
     };
     for (const Case& c : cases) {
         ycPelBuffer<unsigned char> dst(c.dstWindow);
-        const std::vector<unsigned char> nines(static_cast<std::size_t>(c.dstWindow.width() * c.dstWindow.height()), 99);
+        const std::vector<unsigned char> nines(
+            static_cast<std::size_t>(c.dstWindow.width() * c.dstWindow.height()), 99);
         dst.copyFromBuffer(nines.data());
         ycPelBuffer<unsigned char> whole = dst;
         yfPelMedian3x3(src, dst);
@@ -315,8 +301,7 @@ TEST(PelGeom, MedianFramesTheCoreKernel)
             for (std::int32_t x = c.dstWindow.x(); x < c.dstWindow.x() + c.dstWindow.width(); ++x) {
                 const bool inside = x >= c.result.x() && x < c.result.x() + c.result.width() && y >= c.result.y() &&
                                     y < c.result.y() + c.result.height();
-                const unsigned char want =
-                    inside ? out.get(x, y) : static_cast<unsigned char>(99);
+                const unsigned char want = inside ? out.get(x, y) : static_cast<unsigned char>(99);
                 EXPECT_EQ(whole.get(x, y), want) << x << "," << y;
             }
         }
