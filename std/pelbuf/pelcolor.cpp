@@ -2,7 +2,6 @@
 #include "std/pelbuf/pelcolor.h"
 
 #include <array>
-#include <cmath>
 #include <cstdint>
 
 namespace {
@@ -79,8 +78,10 @@ public:
         for (std::int32_t i = 0; i < n; ++i) {
             const double v =
                 table_[0][s[i].red] + table_[1][s[i].green] + table_[2][s[i].blue] + table_[3][s[i].fourth];
-            const double r = std::floor(v + 0.5);
-            d[i] = !(r >= 0.0) ? 0 : r >= 255.0 ? 255 : static_cast<unsigned char>(r);
+            // floor(v + 0.5) clamped: below 1 (or NaN) it is at most 0, and
+            // between 1 and 255 truncation is the floor.
+            const double t = v + 0.5;
+            d[i] = !(t >= 1.0) ? 0 : t >= 255.0 ? 255 : static_cast<unsigned char>(t);
         }
     }
 

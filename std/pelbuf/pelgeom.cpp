@@ -117,6 +117,37 @@ void eachRow(const ycPelBuffer_const<T>& src, ycPelBuffer<T>& out, SourceRow sou
     }
 }
 
+// Each of `count` pels `f` times; the usual factors without a call per pel.
+template <ycPelType T>
+void replicate(const T* a, T* d, std::int32_t count, std::int32_t f)
+{
+    if (f == 1) {
+        std::copy_n(a, count, d);
+    } else if (f == 2) {
+        for (std::int32_t i = 0; i < count; ++i) d[2 * i] = d[2 * i + 1] = a[i];
+    } else {
+        for (std::int32_t i = 0; i < count; ++i) std::fill_n(d + std::ptrdiff_t{i} * f, f, a[i]);
+    }
+}
+
+// floor(x / n + 1/2) for the sums of n 8-bit pels, x < 256 n. Below 2^16
+// pels a multiply by m = ceil(2^40 / n) and a shift give it exactly: m n - 2^40
+// is below n, so the error x (m n - 2^40) / (n 2^40) stays under 1 / n.
+class RoundingDivider {
+public:
+    explicit RoundingDivider(std::uint64_t n)
+        : n_(n), half_(n / 2), m_(n < (1u << 16) ? ((std::uint64_t{1} << 40) + n - 1) / n : 0)
+    {
+    }
+    std::uint64_t operator()(std::uint64_t sum) const
+    {
+        return m_ != 0 ? ((sum + half_) * m_) >> 40 : (sum + half_) / n_;
+    }
+
+private:
+    std::uint64_t n_, half_, m_;
+};
+
 // A rectangle whose corners must fit in 32 bits, else BadParams.
 ycPelRect rect64(std::int64_t x, std::int64_t y, std::int64_t w, std::int64_t h)
 {
@@ -193,10 +224,15 @@ ycPelBuffer<T> yfPelExpand(const ycPelBuffer_const<T>& src, std::int32_t xFactor
     };
     auto [s, out] = rescaled(src, xFactor, yFactor, place, axis);
     eachRow(s, out, [=](std::int32_t row) { return row / yFactor; },
-            [=](const T* a, T* d, std::int32_t n) {
-                for (std::int32_t i = 0; i < n / xFactor; ++i) {
-                    std::fill_n(d + std::ptrdiff_t{i} * xFactor, xFactor, a[i]);
+            [=, last = static_cast<const T*>(nullptr), made = static_cast<const T*>(nullptr)](
+                const T* a, T* d, std::int32_t n) mutable {
+                if (a == last) {
+                    std::copy_n(made, n, d); // the block's first row, again
+                    return;
                 }
+                replicate(a, d, n / xFactor, xFactor);
+                last = a;
+                made = d;
             });
     return out;
 }
@@ -266,10 +302,10 @@ ycPelBuffer<unsigned char> yfPelSmooth(const ycPelBuffer_const<unsigned char>& s
         for (std::size_t k = 0; k < rw; ++k) column[k] += h[k];
     };
     for (std::int32_t y = 0; y < ySize; ++y) addRow(rowSums(y));
-    const std::uint64_t n = std::uint64_t(xSize) * std::uint64_t(ySize);
+    const RoundingDivider mean(std::uint64_t(xSize) * std::uint64_t(ySize));
     for (std::int32_t row = 0; row < r.height(); ++row) {
         unsigned char* d = out.pointToRow(r.y() + row);
-        for (std::size_t k = 0; k < rw; ++k) d[k] = static_cast<unsigned char>((column[k] + n / 2) / n);
+        for (std::size_t k = 0; k < rw; ++k) d[k] = static_cast<unsigned char>(mean(column[k]));
         if (row + 1 == r.height()) break;
         const std::uint64_t* leaving = ring.data() + static_cast<std::size_t>(row % ySize) * rw;
         for (std::size_t k = 0; k < rw; ++k) column[k] -= leaving[k];
