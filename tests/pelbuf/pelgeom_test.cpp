@@ -2,7 +2,6 @@
 #include "std/pelbuf/pelgeom.h"
 
 #include "tests/pelbuf/pelvalues.h"
-
 #include "tests/pelbuf/pelops.h"
 
 #include <gtest/gtest.h>
@@ -11,6 +10,7 @@
 #include <functional>
 #include <map>
 #include <random>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -210,6 +210,13 @@ TEST(PelGeom, SmoothKeepsWholeBoxesRoundingHalvesUp)
         for (int sy = 1; sy <= 7; ++sy) {
             EXPECT_EQ(pelsOf(yfPelSmooth(big, sx, sy)), boxMeans(noise, 9, 7, sx, sy)) << sx << "x" << sy;
         }
+    }
+    // Boxes on either side of 2^16 pels.
+    std::vector<unsigned char> wide(260 * 258);
+    for (auto& v : wide) v = static_cast<unsigned char>(rng());
+    const auto huge = bufferOf<unsigned char>(260, 258, wide);
+    for (const auto& [sx, sy] : {std::pair{255, 257}, std::pair{257, 256}}) {
+        EXPECT_EQ(pelsOf(yfPelSmooth(huge, sx, sy)), boxMeans(wide, 260, 258, sx, sy)) << sx << "x" << sy;
     }
 }
 
