@@ -6,6 +6,8 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 
+#include "core/kernels/pelsize.h"
+
 #include <cstring>
 
 HWY_BEFORE_NAMESPACE();
@@ -44,12 +46,10 @@ void FlipRow(const std::uint8_t* s, std::uint8_t* d, std::size_t n)
 
 void FlipHRow(const std::uint8_t* s, std::uint8_t* d, std::size_t n, int pelSize)
 {
-    switch (pelSize) {
-    case 1: return FlipRow<std::uint8_t>(s, d, n);
-    case 2: return FlipRow<std::uint16_t>(s, d, n);
-    case 4: return FlipRow<std::uint32_t>(s, d, n);
-    default: return FlipRow<std::uint64_t>(s, d, n);
-    }
+    withPelType(pelSize, [&](auto pel) {
+        using T = decltype(pel);
+        FlipRow<T>(s, d, n);
+    });
 }
 
 } // namespace HWY_NAMESPACE
@@ -61,6 +61,7 @@ HWY_AFTER_NAMESPACE();
 #include "core/kernels/dispatch.h"
 #include "core/kernels/flip.h"
 #include "core/kernels/image.h"
+#include "core/kernels/pelsize.h"
 
 namespace ycore {
 YCORE_EXPORT(FlipHRow);
@@ -69,9 +70,8 @@ YCORE_EXPORT(FlipHRow);
 extern "C" int yip_pelFlipH(const yimg_image* s, yimg_image* d)
 {
     using namespace ycore;
-    if (s == nullptr) return YSTD_ERR_BAD_IMAGE;
-    const int p = s->pelSize;
-    if (p != 1 && p != 2 && p != 4 && p != 8) return YSTD_ERR_BAD_IMAGE;
+    const int p = movablePelSize(s);
+    if (p == 0) return YSTD_ERR_BAD_IMAGE;
     if (int st = checkSame({s, d}, p); st != YSTD_OK) return st;
     if (s->width == 0 || s->height == 0) return YSTD_OK;
     if (s->pels == d->pels) return YSTD_ERR_BAD_ARGUMENT;

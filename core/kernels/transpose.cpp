@@ -12,6 +12,8 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 
+#include "core/kernels/pelsize.h"
+
 #include "core/kernels/transpose.h"
 
 #include <algorithm>
@@ -92,12 +94,10 @@ void TransposeT(const std::uint8_t* s, std::ptrdiff_t ss, std::uint8_t* d, std::
 void Transpose(const std::uint8_t* s, std::ptrdiff_t ss, std::uint8_t* d, std::ptrdiff_t ds, std::size_t w,
                std::size_t h, int pelSize)
 {
-    switch (pelSize) {
-    case 1: return TransposeT<std::uint8_t>(s, ss, d, ds, w, h);
-    case 2: return TransposeT<std::uint16_t>(s, ss, d, ds, w, h);
-    case 4: return TransposeT<std::uint32_t>(s, ss, d, ds, w, h);
-    default: return TransposeT<std::uint64_t>(s, ss, d, ds, w, h);
-    }
+    withPelType(pelSize, [&](auto pel) {
+        using T = decltype(pel);
+        TransposeT<T>(s, ss, d, ds, w, h);
+    });
 }
 
 } // namespace HWY_NAMESPACE
@@ -108,6 +108,7 @@ HWY_AFTER_NAMESPACE();
 #if !YCORE_SIMD || HWY_ONCE
 #include "core/kernels/dispatch.h"
 #include "core/kernels/image.h"
+#include "core/kernels/pelsize.h"
 #include "core/kernels/transpose.h"
 
 namespace ycore {
@@ -117,9 +118,8 @@ YCORE_EXPORT(Transpose);
 extern "C" int yip_pelTranspose(const yimg_image* s, yimg_image* d)
 {
     using namespace ycore;
-    if (s == nullptr) return YSTD_ERR_BAD_IMAGE;
-    const int p = s->pelSize;
-    if (p != 1 && p != 2 && p != 4 && p != 8) return YSTD_ERR_BAD_IMAGE;
+    const int p = movablePelSize(s);
+    if (p == 0) return YSTD_ERR_BAD_IMAGE;
     if (int st = checkImage(s, p); st != YSTD_OK) return st;
     if (int st = checkImage(d, p); st != YSTD_OK) return st;
     if (d->width != s->height || d->height != s->width) return YSTD_ERR_BAD_ARGUMENT;
