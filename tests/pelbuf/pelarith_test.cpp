@@ -130,7 +130,7 @@ TEST(PelArith, MixedWidthsFollowTheCoreRule)
 
 TEST(PelArith, ShiftOutsideItsRangeChangesNothing)
 {
-    const ycPelBuffer<unsigned char> a = pelsAt<unsigned char>(3, 1, {1, 2, 3}, 1, 0);
+    const ycPelBuffer<unsigned char> a = bufferOf<unsigned char>(3, 1, {1, 2, 3}, 1, 0);
     ycPelBuffer<unsigned char> dst = row<unsigned char>({9, 9, 9});
     ycPelBuffer<unsigned short> wide = row<unsigned short>({9, 9, 9});
     ycPelBuffer<unsigned char> unbound;
@@ -148,8 +148,8 @@ TEST(PelArith, ShiftOutsideItsRangeChangesNothing)
 
 TEST(PelArith, ReturnedBuffersTakeTheWiderTypeAndTheCommonWindow)
 {
-    const ycPelBuffer<unsigned char> a = pelsAt<unsigned char>(3, 1, {10, 20, 30}, 0, 0);
-    const ycPelBuffer<std::uint32_t> b = pelsAt<std::uint32_t>(3, 1, {1000, 2000, 3000}, 1, 0);
+    const ycPelBuffer<unsigned char> a = bufferOf<unsigned char>(3, 1, {10, 20, 30}, 0, 0);
+    const ycPelBuffer<std::uint32_t> b = bufferOf<std::uint32_t>(3, 1, {1000, 2000, 3000}, 1, 0);
     const ycPelBuffer<std::uint32_t> sum = yfPelAdd(a, b);
     EXPECT_EQ(sum.window(), ycPelRect(1, 0, 2, 1));
     EXPECT_EQ(pelsOf<std::uint32_t>(sum), (std::vector<std::uint32_t>{1020, 2030}));
@@ -166,10 +166,10 @@ TEST(PelMinMax, ExtremesOfAWindowAndPelWise)
     EXPECT_EQ(yfPelMax<unsigned short>(row<unsigned short>({1, 65535})), 65535);
     EXPECT_EQ(yfPelMin<std::uint32_t>(row<std::uint32_t>({kMax32, 0x80000000u})), 0x80000000u);
     EXPECT_EQ(yfPelMax<std::int32_t>(row<std::int32_t>({-7, -3, -100})), -3);
-    EXPECT_EQ(yfPelMin<std::int32_t>(pelsAt<std::int32_t>(2, 2, {5, -2, 8, -9})), -9);
+    EXPECT_EQ(yfPelMin<std::int32_t>(bufferOf<std::int32_t>(2, 2, {5, -2, 8, -9})), -9);
 
     // Only the window counts.
-    ycPelBuffer<unsigned short> inner = pelsAt<unsigned short>(3, 2, {0, 50, 60, 70, 40, 1000});
+    ycPelBuffer<unsigned short> inner = bufferOf<unsigned short>(3, 2, {0, 50, 60, 70, 40, 1000});
     inner.subWindow(1, 0, 1, 2);
     EXPECT_EQ(yfPelMin<unsigned short>(inner), 40);
     EXPECT_EQ(yfPelMax<unsigned short>(inner), 50);
@@ -182,8 +182,8 @@ TEST(PelMinMax, ExtremesOfAWindowAndPelWise)
     EXPECT_THROW(yfPelMin<unsigned char>(emptyU8), ycPel::BadWindow);
     EXPECT_THROW(yfPelMin<unsigned char>(ycPelBuffer<unsigned char>()), ycPel::UnboundWindow);
 
-    const ycPelBuffer<unsigned short> a = pelsAt<unsigned short>(3, 1, {1, 500, 7}, 0, 0);
-    const ycPelBuffer<unsigned short> b = pelsAt<unsigned short>(3, 1, {600, 2, 9}, 1, 0);
+    const ycPelBuffer<unsigned short> a = bufferOf<unsigned short>(3, 1, {1, 500, 7}, 0, 0);
+    const ycPelBuffer<unsigned short> b = bufferOf<unsigned short>(3, 1, {600, 2, 9}, 1, 0);
     const ycPelBuffer<unsigned short> lo = yfPelMin<unsigned short>(a, b);
     const ycPelBuffer<unsigned short> hi = yfPelMax<unsigned short>(a, b);
     EXPECT_EQ(lo.window(), ycPelRect(1, 0, 2, 1));
@@ -252,7 +252,7 @@ TEST(PelDivide, LargeWindowsAgreeWithExactDivision)
 {
     std::vector<unsigned short> pels(640 * 480);
     for (std::size_t i = 0; i < pels.size(); ++i) pels[i] = static_cast<unsigned short>(i * 40503u >> 3);
-    const ycPelBuffer<unsigned short> src = pelsAt<unsigned short>(640, 480, pels);
+    const ycPelBuffer<unsigned short> src = bufferOf<unsigned short>(640, 480, pels);
     for (std::uint32_t d : {3u, 7u, 200u}) {
         for (bool round : {true, false}) {
             ycPelBuffer<unsigned short> dst;
@@ -357,9 +357,9 @@ TEST(PelMap, StrictTableRefusesBeforeWriting)
     const auto strict8 = tableOf<unsigned char, unsigned char>(10, 20, true, [](std::uint32_t v) { return v; });
     const auto strict16 = tableOf<unsigned char, unsigned short>(10, 20, true, [](std::uint32_t v) { return v; });
     // The bad value sits last, after pels a kernel would already have written.
-    const ycPelBuffer<unsigned char> src = pelsAt<unsigned char>(4, 1, {10, 11, 12, 21}, 0, 0);
-    ycPelBuffer<unsigned char> dst8 = pelsAt<unsigned char>(4, 1, {1, 2, 3, 4}, 1, 0);
-    ycPelBuffer<unsigned short> dst16 = pelsAt<unsigned short>(4, 1, {1, 2, 3, 4}, 1, 0);
+    const ycPelBuffer<unsigned char> src = bufferOf<unsigned char>(4, 1, {10, 11, 12, 21}, 0, 0);
+    ycPelBuffer<unsigned char> dst8 = bufferOf<unsigned char>(4, 1, {1, 2, 3, 4}, 1, 0);
+    ycPelBuffer<unsigned short> dst16 = bufferOf<unsigned short>(4, 1, {1, 2, 3, 4}, 1, 0);
     ycPelBuffer<unsigned char> unbound;
     EXPECT_THROW(yfPelMap(src, dst8, strict8), ycPelFunc::Range);
     EXPECT_THROW(yfPelMap(src, dst16, strict16), ycPelFunc::Range);
@@ -370,7 +370,7 @@ TEST(PelMap, StrictTableRefusesBeforeWriting)
     EXPECT_FALSE(unbound.isBound());
 
     // Only the common window is scanned: without the 21 the map goes through.
-    ycPelBuffer<unsigned char> left = pelsAt<unsigned char>(3, 1, {0, 0, 0}, -1, 0);
+    ycPelBuffer<unsigned char> left = bufferOf<unsigned char>(3, 1, {0, 0, 0}, -1, 0);
     yfPelMap(src, left, strict8);
     EXPECT_EQ(left.window(), ycPelRect(0, 0, 2, 1));
     EXPECT_EQ(pelsOf<unsigned char>(left), (std::vector<unsigned char>{10, 11}));

@@ -57,7 +57,7 @@ TYPED_TEST_SUITE(PelCopyEveryType, AllPelTypes);
 TYPED_TEST(PelCopyEveryType, CopiesTheCommonWindowAndTheTransform)
 {
     using T = TypeParam;
-    ycPelBuffer<T> src = pelsAt<T>(5, 3, pelValues<T>(15), 3, -2);
+    ycPelBuffer<T> src = bufferOf<T>(5, 3, pelValues<T>(15), 3, -2);
     src.clientFromImageXform(ycXform<2>(ycMatrix<2>(2, 0, 0, 2), ycVector<2>(1, 1)));
 
     const ycPelBuffer<T> copy = yfPelCopy<T>(src);
@@ -69,7 +69,7 @@ TYPED_TEST(PelCopyEveryType, CopiesTheCommonWindowAndTheTransform)
     // Into a bound destination at other image coordinates: only the common
     // window (x 4..6, y -1..0) is written, and the destination sees it.
     const std::vector<T> old = pelValues<T>(9, 100);
-    ycPelBuffer<T> dst = pelsAt<T>(3, 3, old, 4, -1);
+    ycPelBuffer<T> dst = bufferOf<T>(3, 3, old, 4, -1);
     ycPelBuffer<T> whole = dst;
     yfPelCopy(ycPelBuffer_const<T>(src), dst);
     EXPECT_EQ(dst.window(), ycPelRect(4, -1, 3, 2));
@@ -104,7 +104,7 @@ TEST(PelCopy, ThreePlanesTakeTheSourceTag)
 
 TEST(PelSet, WritesTheWindowOnly)
 {
-    ycPelBuffer<unsigned char> b = pelsAt<unsigned char>(4, 3, std::vector<unsigned char>(12, 7));
+    ycPelBuffer<unsigned char> b = bufferOf<unsigned char>(4, 3, std::vector<unsigned char>(12, 7));
     ycPelBuffer<unsigned char> inner = b;
     inner.subWindow(1, 1, 2, 2);
     yfPelSet_U8(inner, 200);
@@ -129,10 +129,10 @@ TEST(PelSet, WritesTheWindowOnly)
 TEST(PelEqual, RulesOfEquality)
 {
     const std::vector<unsigned short> pels{1, 2, 3, 4, 5, 6};
-    const ycPelBuffer<unsigned short> a = pelsAt(3, 2, pels);
-    const ycPelBuffer_const<unsigned short> same = pelsAt(3, 2, pels);
-    const ycPelBuffer<unsigned short> moved = pelsAt(3, 2, pels, 1, 0);
-    const ycPelBuffer<unsigned short> differs = pelsAt<unsigned short>(3, 2, {1, 2, 3, 4, 5, 7});
+    const ycPelBuffer<unsigned short> a = bufferOf(3, 2, pels);
+    const ycPelBuffer_const<unsigned short> same = bufferOf(3, 2, pels);
+    const ycPelBuffer<unsigned short> moved = bufferOf(3, 2, pels, 1, 0);
+    const ycPelBuffer<unsigned short> differs = bufferOf<unsigned short>(3, 2, {1, 2, 3, 4, 5, 7});
     ycPelBuffer<unsigned short> unbound;
     ycPelBuffer<unsigned short> emptyA = a;
     emptyA.subWindow(0, 0, 0, 0);

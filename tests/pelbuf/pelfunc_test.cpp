@@ -16,7 +16,7 @@ ycPelBuffer<unsigned char> counting(unsigned char first, std::int32_t x = 0, std
 {
     std::vector<unsigned char> pels(16);
     std::iota(pels.begin(), pels.end(), first);
-    return pelsAt(4, 4, pels, x, y);
+    return bufferOf(4, 4, pels, x, y);
 }
 
 TEST(PelFunc, WindowsMeetByImageCoordinates)

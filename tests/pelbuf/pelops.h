@@ -1,38 +1,38 @@
-// Small buffers with given pels, for the pixel-operation tests.
+// Small pel buffers from dense pel lists, and back, for the pixel-operation
+// tests.
 #ifndef TLVSTD_TESTS_PELBUF_PELOPS_H
 #define TLVSTD_TESTS_PELBUF_PELOPS_H
 
 #include "std/pelbuf/pelbuf.h"
 
-#include <gtest/gtest.h>
-
 #include <cstdint>
 #include <vector>
 
-// A width x height buffer holding `pels` row by row, its first pel at image
-// coordinates (x, y). Rows are padded (alignment 8) so row distance matters.
+// A w by h buffer at offset (x0, y0) holding `pels` row by row; rows padded
+// to 4 bytes, so a row-length mistake shows.
 template <class T>
-ycPelBuffer<T> pelsAt(std::int32_t width, std::int32_t height, const std::vector<T>& pels, std::int32_t x = 0,
-                      std::int32_t y = 0)
+ycPelBuffer<T> bufferOf(std::int32_t w, std::int32_t h, const std::vector<T>& pels, std::int32_t x0 = 0,
+                        std::int32_t y0 = 0)
 {
-    ycPelBuffer<T> b(width, height, 8);
-    if (!pels.empty()) b.copyFromBuffer(pels.data());
-    b.offset(x, y);
+    ycPelBuffer<T> b(ycPelRect(x0, y0, w, h), 4);
+    b.copyFromBuffer(pels.data());
     return b;
 }
 
-// One row of pels.
+// One row of pels at offset (0, 0).
 template <class T>
 ycPelBuffer<T> row(const std::vector<T>& pels)
 {
-    return pelsAt(static_cast<std::int32_t>(pels.size()), 1, pels);
+    return bufferOf(static_cast<std::int32_t>(pels.size()), 1, pels);
 }
 
+// The window's pels row by row; none for an unbound buffer.
 template <class T>
 std::vector<T> pelsOf(const ycPelBuffer_const<T>& b)
 {
+    if (!b.isBound()) return {};
     std::vector<T> out(static_cast<std::size_t>(b.width()) * static_cast<std::size_t>(b.height()));
-    if (!out.empty()) b.copyToBuffer(out.data());
+    b.copyToBuffer(out.data());
     return out;
 }
 

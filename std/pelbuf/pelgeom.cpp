@@ -1,0 +1,369 @@
+// Flips, transpose, sampling, expansion, block averages, smoothing, border,
+// median and inversion.
+#include "std/pelbuf/pelgeom.h"
+
+#include "std/math/xflinear.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <limits>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using Pels8 = ycPelBuffer<unsigned char>;
+using Pels8_const = ycPelBuffer_const<unsigned char>;
+
+template <ycPelType T>
+ycPelBuffer_const<T> boundCopy(const ycPelBuffer_const<T>& src)
+{
+    if (!src.isBound()) throw ycPel::UnboundWindow();
+    return src;
+}
+
+void checkFactors(std::int64_t x, std::int64_t y)
+{
+    if (x < 1 || y < 1) throw ycPelFunc::BadParams();
+}
+
+std::int32_t floorDiv(std::int32_t a, std::int32_t b)
+{
+    const std::int32_t q = a / b;
+    return (a % b != 0 && a < 0) ? q - 1 : q;
+}
+
+// One axis of the map from result to source image coordinates:
+// source = scale * result + shift.
+struct Axis {
+    double scale = 1.0;
+    double shift = 0.0;
+};
+
+// A result of factors fx by fy over `w` whose grid is the source's scaled
+// down (sample and spatial average).
+ycPelRect reducedRect(const ycPelRect& w, std::int32_t fx, std::int32_t fy)
+{
+    return ycPelRect(floorDiv(w.x(), fx), floorDiv(w.y(), fy), w.width() / fx, w.height() / fy);
+}
+
+// The pels whose sx by sy box lies in `w`, each at its box's (upper-left)
+// centre.
+ycPelRect boxRect(const ycPelRect& w, std::int32_t sx, std::int32_t sy)
+{
+    if (w.width() < sx || w.height() < sy) throw ycPel::BadWindow();
+    return ycPelRect(w.x() + (sx - 1) / 2, w.y() + (sy - 1) / 2, w.width() - sx + 1, w.height() - sy + 1);
+}
+
+// A new buffer over `r` (unbound when r is empty) whose client transform is
+// the source's after the map from result to source image coordinates; `swap`
+// exchanges the result's axes first.
+template <ycPelType T>
+ycPelBuffer<T> resultFor(const ycPelBuffer_const<T>& src, const ycPelRect& r, Axis x = {}, Axis y = {},
+                         bool swap = false)
+{
+    if (r.isEmpty()) return {};
+    ycPelBuffer<T> out(r, 32);
+    if (!swap && x.scale == 1.0 && x.shift == 0.0 && y.scale == 1.0 && y.shift == 0.0) {
+        out.copyXforms(src);
+        return out;
+    }
+    const ycMatrix<2> m = swap ? ycMatrix<2>(0.0, x.scale, y.scale, 0.0) : ycMatrix<2>(x.scale, 0.0, 0.0, y.scale);
+    const yc2XformLinear sourceFromResult(m, ycVector<2>(x.shift, y.shift));
+    out.clientFromImageXformBase(src.clientFromImageXformBase()->composeBase(sourceFromResult), false);
+    return out;
+}
+
+// The copied source and the new result of a rescaling operation with
+// factors (or box sizes) fx and fy: `place` gives the result's rectangle from
+// the source window, `axis(x0, r0, f)` one axis of the map from result to
+// source image coordinates.
+template <ycPelType T, class Place, class AxisOf>
+std::pair<ycPelBuffer_const<T>, ycPelBuffer<T>> rescaled(const ycPelBuffer_const<T>& src, std::int32_t fx,
+                                                         std::int32_t fy, Place place, AxisOf axis)
+{
+    checkFactors(fx, fy);
+    ycPelBuffer_const<T> s = boundCopy(src);
+    const ycPelRect w = s.window();
+    const ycPelRect r = place(w);
+    ycPelBuffer<T> out = resultFor(s, r, axis(w.x(), r.x(), fx), axis(w.y(), r.y(), fy));
+    return {std::move(s), std::move(out)};
+}
+
+// Runs a core kernel from `s` to `d` when `d` is bound.
+template <ycPelType T, class Kernel>
+void runCore(const ycPelBuffer_const<T>& s, ycPelBuffer<T>& d, Kernel kernel)
+{
+    if (!d.isBound()) return;
+    const yimg_image si = yf_PelImage(s);
+    yimg_image di = yf_PelImage(d);
+    yf_PelCheck(kernel(&si, &di));
+}
+
+// Each row r of `out` made by `row` from the source row sourceRow(r)
+// (counted from the window's top).
+template <ycPelType T, class SourceRow, class Row>
+void eachRow(const ycPelBuffer_const<T>& src, ycPelBuffer<T>& out, SourceRow sourceRow, Row row)
+{
+    if (!out.isBound()) return;
+    const T* s = src.pointToOffset();
+    T* d = out.pointToOffset();
+    const std::ptrdiff_t ss = src.rowUpdate();
+    const std::ptrdiff_t ds = out.rowUpdate();
+    for (std::int32_t r = 0; r < out.height(); ++r) {
+        row(s + static_cast<std::ptrdiff_t>(sourceRow(r)) * ss, d + r * ds, out.width());
+    }
+}
+
+// Each of `count` pels `f` times; the usual factors without a call per pel.
+template <ycPelType T>
+void replicate(const T* a, T* d, std::int32_t count, std::int32_t f)
+{
+    if (f == 1) {
+        std::copy_n(a, count, d);
+    } else if (f == 2) {
+        for (std::int32_t i = 0; i < count; ++i) d[2 * i] = d[2 * i + 1] = a[i];
+    } else {
+        for (std::int32_t i = 0; i < count; ++i) std::fill_n(d + std::ptrdiff_t{i} * f, f, a[i]);
+    }
+}
+
+// floor(x / n + 1/2) for the sums of n 8-bit pels, x < 256 n. Below 2^16
+// pels a multiply by m = ceil(2^40 / n) and a shift give it exactly: m n - 2^40
+// is below n, so the error x (m n - 2^40) / (n 2^40) stays under 1 / n.
+class RoundingDivider {
+public:
+    explicit RoundingDivider(std::uint64_t n)
+        : n_(n), half_(n / 2), m_(n < (1u << 16) ? ((std::uint64_t{1} << 40) + n - 1) / n : 0)
+    {
+    }
+    std::uint64_t operator()(std::uint64_t sum) const
+    {
+        return m_ != 0 ? ((sum + half_) * m_) >> 40 : (sum + half_) / n_;
+    }
+
+private:
+    std::uint64_t n_, half_, m_;
+};
+
+// A rectangle whose corners must fit in 32 bits, else BadParams.
+ycPelRect rect64(std::int64_t x, std::int64_t y, std::int64_t w, std::int64_t h)
+{
+    constexpr std::int64_t lo = std::numeric_limits<std::int32_t>::min();
+    constexpr std::int64_t hi = std::numeric_limits<std::int32_t>::max();
+    for (std::int64_t v : {x, y, w, h, x + w, y + h}) {
+        if (v < lo || v > hi) throw ycPelFunc::BadParams();
+    }
+    return ycPelRect(static_cast<std::int32_t>(x), static_cast<std::int32_t>(y), static_cast<std::int32_t>(w),
+                     static_cast<std::int32_t>(h));
+}
+
+} // namespace
+
+template <ycPelType T>
+ycPelBuffer<T> yfPelFlipH(const ycPelBuffer_const<T>& src)
+{
+    const ycPelBuffer_const<T> s = boundCopy(src);
+    const ycPelRect w = s.window();
+    ycPelBuffer<T> out = resultFor(s, w, Axis{-1.0, 2.0 * w.x() + w.width() - 1.0});
+    runCore(s, out, yip_pelFlipH);
+    return out;
+}
+
+template <ycPelType T>
+ycPelBuffer<T> yfPelFlipV(const ycPelBuffer_const<T>& src)
+{
+    const ycPelBuffer_const<T> s = boundCopy(src);
+    const ycPelRect w = s.window();
+    ycPelBuffer<T> out = resultFor(s, w, Axis{}, Axis{-1.0, 2.0 * w.y() + w.height() - 1.0});
+    eachRow(s, out, [&](std::int32_t r) { return w.height() - 1 - r; },
+            [](const T* a, T* d, std::int32_t n) { std::copy_n(a, n, d); });
+    return out;
+}
+
+ycPelBuffer<unsigned char> yfPelFlipV_U8(const ycPelBuffer_const<unsigned char>& src)
+{
+    return yfPelFlipV(src);
+}
+
+template <ycPelType T>
+ycPelBuffer<T> yfPelTranspose(const ycPelBuffer_const<T>& src)
+{
+    const ycPelBuffer_const<T> s = boundCopy(src);
+    const ycPelRect w = s.window();
+    ycPelBuffer<T> out = resultFor(s, ycPelRect(w.y(), w.x(), w.height(), w.width()), Axis{}, Axis{}, true);
+    runCore(s, out, yip_pelTranspose);
+    return out;
+}
+
+template <ycPelType T>
+ycPelBuffer<T> yfPelSample(const ycPelBuffer_const<T>& src, std::int32_t xFactor, std::int32_t yFactor)
+{
+    auto [s, out] = rescaled(
+        src, xFactor, yFactor, [=](const ycPelRect& w) { return reducedRect(w, xFactor, yFactor); },
+        [](std::int32_t x0, std::int32_t r0, std::int32_t f) { return Axis{double(f), x0 - double(f) * r0}; });
+    eachRow(s, out, [=](std::int32_t row) { return std::int64_t{row} * yFactor; },
+            [=](const T* a, T* d, std::int32_t n) {
+                for (std::int32_t i = 0; i < n; ++i) d[i] = a[std::ptrdiff_t{i} * xFactor];
+            });
+    return out;
+}
+
+template <ycPelType T>
+ycPelBuffer<T> yfPelExpand(const ycPelBuffer_const<T>& src, std::int32_t xFactor, std::int32_t yFactor)
+{
+    auto place = [=](const ycPelRect& w) {
+        return rect64(std::int64_t{w.x()} * xFactor, std::int64_t{w.y()} * yFactor,
+                      std::int64_t{w.width()} * xFactor, std::int64_t{w.height()} * yFactor);
+    };
+    // The centre of each block maps to the centre of its source pel.
+    auto axis = [](std::int32_t x0, std::int32_t r0, std::int32_t f) {
+        return Axis{1.0 / f, x0 - (r0 + (f - 1) / 2.0) / f};
+    };
+    auto [s, out] = rescaled(src, xFactor, yFactor, place, axis);
+    eachRow(s, out, [=](std::int32_t row) { return row / yFactor; },
+            [=, last = static_cast<const T*>(nullptr), made = static_cast<const T*>(nullptr)](
+                const T* a, T* d, std::int32_t n) mutable {
+                if (a == last) {
+                    std::copy_n(made, n, d); // the block's first row, again
+                    return;
+                }
+                replicate(a, d, n / xFactor, xFactor);
+                last = a;
+                made = d;
+            });
+    return out;
+}
+
+template <ycPelType T>
+ycPelBuffer<T> yfPelSpatialAvg(const ycPelBuffer_const<T>& src, std::int32_t xFactor, std::int32_t yFactor,
+                               std::uint32_t divisor)
+{
+    // Each result pel sits at its block's centre.
+    auto made = rescaled(
+        src, xFactor, yFactor, [=](const ycPelRect& w) { return reducedRect(w, xFactor, yFactor); },
+        [](std::int32_t x0, std::int32_t r0, std::int32_t f) {
+            return Axis{double(f), x0 + (f - 1) / 2.0 - double(f) * r0};
+        });
+    const ycPelBuffer_const<T>& s = made.first;
+    ycPelBuffer<T>& out = made.second;
+    if (!out.isBound()) return out;
+    const ycPelRect w = s.window();
+    const ycPelRect r = out.window();
+
+    const std::uint64_t div = divisor != 0 ? divisor : std::uint64_t(xFactor) * std::uint64_t(yFactor);
+    const std::uint64_t top = std::numeric_limits<T>::max();
+    std::vector<std::uint64_t> sums(static_cast<std::size_t>(r.width()));
+    for (std::int32_t row = 0; row < r.height(); ++row) {
+        std::fill(sums.begin(), sums.end(), 0);
+        for (std::int32_t j = 0; j < yFactor; ++j) {
+            const T* a = s.pointToRow(w.y() + row * yFactor + j);
+            for (std::size_t k = 0; k < sums.size(); ++k) {
+                const T* block = a + k * static_cast<std::size_t>(xFactor);
+                for (std::int32_t i = 0; i < xFactor; ++i) sums[k] += block[i];
+            }
+        }
+        T* d = out.pointToRow(r.y() + row);
+        for (std::size_t k = 0; k < sums.size(); ++k) d[k] = static_cast<T>(std::min((sums[k] + div / 2) / div, top));
+    }
+    return out;
+}
+
+ycPelBuffer<unsigned char> yfPelSmooth(const ycPelBuffer_const<unsigned char>& src, int xSize, int ySize)
+{
+    auto made = rescaled(
+        src, xSize, ySize, [=](const ycPelRect& w) { return boxRect(w, xSize, ySize); },
+        [](std::int32_t x0, std::int32_t r0, std::int32_t size) { return Axis{1.0, x0 - r0 + (size - 1) / 2.0}; });
+    const Pels8_const& s = made.first;
+    Pels8& out = made.second;
+    if (!out.isBound()) return out;
+    const ycPelRect w = s.window();
+    const ycPelRect r = out.window();
+
+    // Row sums of the last ySize source rows (row y in slot y % ySize), and
+    // the column sums of those.
+    const auto rw = static_cast<std::size_t>(r.width());
+    std::vector<std::uint64_t> ring(rw * static_cast<std::size_t>(ySize)), column(rw, 0);
+    auto rowSums = [&](std::int32_t y) {
+        const unsigned char* a = s.pointToRow(w.y() + y);
+        std::uint64_t* h = ring.data() + static_cast<std::size_t>(y % ySize) * rw;
+        std::uint64_t sum = 0;
+        for (int i = 0; i < xSize; ++i) sum += a[i];
+        h[0] = sum;
+        for (std::size_t k = 1; k < rw; ++k) {
+            sum = sum + a[k + static_cast<std::size_t>(xSize) - 1] - a[k - 1];
+            h[k] = sum;
+        }
+        return h;
+    };
+    auto addRow = [&](const std::uint64_t* h) {
+        for (std::size_t k = 0; k < rw; ++k) column[k] += h[k];
+    };
+    for (std::int32_t y = 0; y < ySize; ++y) addRow(rowSums(y));
+    const RoundingDivider mean(std::uint64_t(xSize) * std::uint64_t(ySize));
+    for (std::int32_t row = 0; row < r.height(); ++row) {
+        unsigned char* d = out.pointToRow(r.y() + row);
+        for (std::size_t k = 0; k < rw; ++k) d[k] = static_cast<unsigned char>(mean(column[k]));
+        if (row + 1 == r.height()) break;
+        const std::uint64_t* leaving = ring.data() + static_cast<std::size_t>(row % ySize) * rw;
+        for (std::size_t k = 0; k < rw; ++k) column[k] -= leaving[k];
+        addRow(rowSums(row + ySize));
+    }
+    return out;
+}
+
+template <ycPelType T>
+void yfPelBorderSet(ycPelBuffer<T>& dst, T value)
+{
+    if (!dst.isBound()) throw ycPel::UnboundWindow();
+    if (dst.window().isEmpty()) return;
+    const std::int32_t w = dst.width();
+    const std::int32_t h = dst.height();
+    const std::ptrdiff_t stride = dst.rowUpdate();
+    T* first = dst.pointToOffset();
+    std::fill_n(first, w, value);
+    std::fill_n(first + (h - 1) * stride, w, value);
+    for (std::int32_t y = 1; y < h - 1; ++y) {
+        first[y * stride] = value;
+        first[y * stride + w - 1] = value;
+    }
+}
+
+ycPelBuffer<unsigned char> yfPelInvert_U8(const ycPelBuffer_const<unsigned char>& src)
+{
+    const Pels8_const s = boundCopy(src);
+    Pels8 out = resultFor(s, s.window());
+    runCore(s, out, yip_pelInvert8);
+    return out;
+}
+
+void yfPelMedian3x3(const ycPelBuffer_const<unsigned char>& src, ycPelBuffer<unsigned char>& dst)
+{
+    Pels8_const s = boundCopy(src);
+    const ycPelRect inner = boxRect(s.window(), 3, 3);
+    if (!dst.isBound()) {
+        dst = resultFor(s, inner);
+        runCore(s, dst, yip_pelMedian3x3_8);
+        return;
+    }
+    const ycPelRect r = inner.intersect(dst.window());
+    if (r.isEmpty()) return;
+    s.window(ycPelRect(r.x() - 1, r.y() - 1, r.width() + 2, r.height() + 2), false);
+    Pels8 d = dst;
+    d.window(r, false);
+    if (d.sharesPels(s)) throw ycPelFunc::Overlap();
+    runCore(s, d, yip_pelMedian3x3_8);
+    d.copyXforms(s);
+    dst = d;
+}
+
+ycPelBuffer<unsigned char> yfPelMedian3x3(const ycPelBuffer_const<unsigned char>& src)
+{
+    Pels8 out;
+    yfPelMedian3x3(src, out);
+    return out;
+}
+
+TLVSTD_PELGEOM_INSTANCES(template TLVSTD_INSTANCE_API)
