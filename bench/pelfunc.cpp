@@ -2,7 +2,8 @@
 // images: each against memcpy of the same bytes (a copy of every source
 // image the operation reads) and, where OpenCV is found, against OpenCV's
 // equivalent with one thread. Operations that return a new buffer are timed
-// with the allocation, and so is their OpenCV equivalent (a fresh cv::Mat).
+// with the allocation, and so are their references: memcpy into fresh memory
+// and OpenCV into a fresh cv::Mat.
 // After the runs a table of ratios is printed: below 1 means faster than the
 // reference.
 #include "std/pelbuf/pelarith.h"
@@ -42,11 +43,19 @@ ycPelBuffer<T> makeImage(Size s, unsigned seed)
     return b;
 }
 
-// Two sources and a destination of each pel type, made once per size.
+// The pel type a conversion goes to.
+template <class T>
+using Other = std::conditional_t<sizeof(T) == 1, unsigned short, unsigned char>;
+
+// Two sources and destinations of each pel type, made once per size.
 template <class T>
 struct Images {
     ycPelBuffer<T> a, b, d;
-    explicit Images(Size s) : a(makeImage<T>(s, 1)), b(makeImage<T>(s, 2)), d(makeImage<T>(s, 3)) {}
+    ycPelBuffer<Other<T>> converted;
+    explicit Images(Size s)
+        : a(makeImage<T>(s, 1)), b(makeImage<T>(s, 2)), d(makeImage<T>(s, 3)), converted(s.w, s.h)
+    {
+    }
 };
 template <class T>
 Images<T>& images(Size s)
@@ -66,8 +75,9 @@ cv::Mat matOf(ycPelBuffer<T>& b)
 }
 #endif
 
-// memcpy of `sources` images of `bytes` each into scratch memory.
-void copySources(benchmark::State& state, std::size_t bytes, int sources)
+// memcpy of `sources` images of `bytes` each, into scratch memory or, when
+// `fresh`, into a block allocated (and freed) each time.
+void copySources(benchmark::State& state, std::size_t bytes, int sources, bool fresh)
 {
     static std::vector<unsigned char> from, to;
     if (from.size() < bytes) {
@@ -75,7 +85,15 @@ void copySources(benchmark::State& state, std::size_t bytes, int sources)
         to.assign(bytes, 0);
     }
     for (auto _ : state) {
-        for (int i = 0; i < sources; ++i) std::memcpy(to.data(), from.data(), bytes);
+        for (int i = 0; i < sources; ++i) {
+            if (fresh) {
+                std::unique_ptr<unsigned char[]> block(new unsigned char[bytes]);
+                std::memcpy(block.get(), from.data(), bytes);
+                benchmark::DoNotOptimize(block.get());
+            } else {
+                std::memcpy(to.data(), from.data(), bytes);
+            }
+        }
         benchmark::ClobberMemory();
     }
 }
@@ -86,6 +104,7 @@ struct Case {
     std::string op;
     std::string type;
     int sources;
+    bool fresh; // returns a new buffer
     std::size_t pelBytes;
     std::function<void(Size)> ours;
     std::function<void(Size)> opencv;
@@ -100,8 +119,12 @@ std::string label(const Case& c, Size s, const char* who)
 std::size_t imageBytes(const Case& c, Size s) { return std::size_t(s.w) * s.h * c.pelBytes; }
 std::string memcpyLabel(const Case& c, Size s)
 {
-    return "memcpy/" + std::to_string(c.sources) + "x" + std::to_string(imageBytes(c, s));
+    return std::string(c.fresh ? "memcpy-fresh/" : "memcpy/") + std::to_string(c.sources) + "x" +
+           std::to_string(imageBytes(c, s));
 }
+
+// Whether an operation writes into a given destination or returns a new one.
+enum class Result { into, fresh };
 
 template <class T>
 const char* typeName()
@@ -113,9 +136,10 @@ template <class T>
 std::vector<Case> casesOf()
 {
     std::vector<Case> cs;
-    auto add = [&](std::string op, int sources, std::function<void(Images<T>&)> ours,
+    auto add = [&](std::string op, int sources, Result result, std::function<void(Images<T>&)> ours,
                    std::function<void(Images<T>&)> cvOp) {
-        Case c{std::move(op), typeName<T>(), sources, sizeof(T), nullptr, nullptr};
+        const bool fresh = result == Result::fresh;
+        Case c{std::move(op), typeName<T>(), sources, fresh, sizeof(T), nullptr, nullptr};
         c.ours = [ours](Size s) { ours(images<T>(s)); };
         if (cvOp) c.opencv = [cvOp](Size s) { cvOp(images<T>(s)); };
         cs.push_back(std::move(c));
@@ -126,45 +150,42 @@ std::vector<Case> casesOf()
 #else
 #define CV(body) none
 #endif
-    add("add", 2, [](Images<T>& im) { yfPelAdd(im.a, im.b, im.d); },
+    add("add", 2, Result::into, [](Images<T>& im) { yfPelAdd(im.a, im.b, im.d); },
         CV(cv::Mat d = matOf(im.d); cv::add(matOf(im.a), matOf(im.b), d)));
-    add("subtract", 2, [](Images<T>& im) { yfPelSub(im.a, im.b, im.d); },
+    add("subtract", 2, Result::into, [](Images<T>& im) { yfPelSub(im.a, im.b, im.d); },
         CV(cv::Mat d = matOf(im.d); cv::subtract(matOf(im.a), matOf(im.b), d)));
-    add("min pel-wise", 2, [](Images<T>& im) { benchmark::DoNotOptimize(yfPelMin(im.a, im.b)); },
+    add("min pel-wise", 2, Result::fresh, [](Images<T>& im) { benchmark::DoNotOptimize(yfPelMin(im.a, im.b)); },
         CV(cv::Mat d; cv::min(matOf(im.a), matOf(im.b), d); benchmark::DoNotOptimize(d.data)));
-    add("max pel-wise", 2, [](Images<T>& im) { benchmark::DoNotOptimize(yfPelMax(im.a, im.b)); },
+    add("max pel-wise", 2, Result::fresh, [](Images<T>& im) { benchmark::DoNotOptimize(yfPelMax(im.a, im.b)); },
         CV(cv::Mat d; cv::max(matOf(im.a), matOf(im.b), d); benchmark::DoNotOptimize(d.data)));
-    add("min of image", 1, [](Images<T>& im) { benchmark::DoNotOptimize(yfPelMin(im.a)); },
+    add("min of image", 1, Result::into, [](Images<T>& im) { benchmark::DoNotOptimize(yfPelMin(im.a)); },
         CV(double lo = 0; cv::minMaxLoc(matOf(im.a), &lo, nullptr); benchmark::DoNotOptimize(lo)));
-    add("max of image", 1, [](Images<T>& im) { benchmark::DoNotOptimize(yfPelMax(im.a)); },
+    add("max of image", 1, Result::into, [](Images<T>& im) { benchmark::DoNotOptimize(yfPelMax(im.a)); },
         CV(double hi = 0; cv::minMaxLoc(matOf(im.a), nullptr, &hi); benchmark::DoNotOptimize(hi)));
-    add("flip horizontal", 1, [](Images<T>& im) { benchmark::DoNotOptimize(yfPelFlipH(im.a)); },
+    add("flip horizontal", 1, Result::fresh, [](Images<T>& im) { benchmark::DoNotOptimize(yfPelFlipH(im.a)); },
         CV(cv::Mat d; cv::flip(matOf(im.a), d, 1); benchmark::DoNotOptimize(d.data)));
-    add("flip vertical", 1, [](Images<T>& im) { benchmark::DoNotOptimize(yfPelFlipV(im.a)); },
+    add("flip vertical", 1, Result::fresh, [](Images<T>& im) { benchmark::DoNotOptimize(yfPelFlipV(im.a)); },
         CV(cv::Mat d; cv::flip(matOf(im.a), d, 0); benchmark::DoNotOptimize(d.data)));
-    add("transpose", 1, [](Images<T>& im) { benchmark::DoNotOptimize(yfPelTranspose(im.a)); },
+    add("transpose", 1, Result::fresh, [](Images<T>& im) { benchmark::DoNotOptimize(yfPelTranspose(im.a)); },
         CV(cv::Mat d; cv::transpose(matOf(im.a), d); benchmark::DoNotOptimize(d.data)));
-    add("sample 1/2", 1, [](Images<T>& im) { benchmark::DoNotOptimize(yfPelSample(im.a, 2, 2)); },
+    add("sample 1/2", 1, Result::fresh, [](Images<T>& im) { benchmark::DoNotOptimize(yfPelSample(im.a, 2, 2)); },
         CV(cv::Mat d; cv::resize(matOf(im.a), d, cv::Size(im.a.width() / 2, im.a.height() / 2), 0, 0,
                                  cv::INTER_NEAREST);
            benchmark::DoNotOptimize(d.data)));
-    add("average 2x2", 1, [](Images<T>& im) { benchmark::DoNotOptimize(yfPelSpatialAvg(im.a, 2, 2, 0)); },
+    add("average 2x2", 1, Result::fresh, [](Images<T>& im) { benchmark::DoNotOptimize(yfPelSpatialAvg(im.a, 2, 2, 0)); },
         CV(cv::Mat d; cv::resize(matOf(im.a), d, cv::Size(im.a.width() / 2, im.a.height() / 2), 0, 0,
                                  cv::INTER_AREA);
            benchmark::DoNotOptimize(d.data)));
     if constexpr (sizeof(T) == 1) {
-        add("multiply", 2, [](Images<T>& im) { yfPelMult(im.a, im.b, im.d); },
+        add("multiply", 2, Result::into, [](Images<T>& im) { yfPelMult(im.a, im.b, im.d); },
             CV(cv::Mat d = matOf(im.d); cv::multiply(matOf(im.a), matOf(im.b), d)));
-        add("set", 1, [](Images<T>& im) { yfPelSet(im.d, T(7)); }, CV(matOf(im.d).setTo(7)));
-        add("invert", 1, [](Images<T>& im) { benchmark::DoNotOptimize(yfPelInvert_U8(im.a)); },
+        add("set", 1, Result::into, [](Images<T>& im) { yfPelSet(im.d, T(7)); }, CV(matOf(im.d).setTo(7)));
+        add("invert", 1, Result::fresh, [](Images<T>& im) { benchmark::DoNotOptimize(yfPelInvert_U8(im.a)); },
             CV(cv::Mat d; cv::bitwise_not(matOf(im.a), d); benchmark::DoNotOptimize(d.data)));
-        add("convert to 16-bit", 1,
-            [](Images<T>& im) {
-                static ycPelBuffer<unsigned short> d;
-                yfPelCopy(ycPelBuffer_const<unsigned char>(im.a), d);
-            },
-            CV(static cv::Mat d; matOf(im.a).convertTo(d, CV_16U)));
-        add("map", 1,
+        add("convert to 16-bit", 1, Result::into,
+            [](Images<T>& im) { yfPelCopy(ycPelBuffer_const<unsigned char>(im.a), im.converted); },
+            CV(cv::Mat d = matOf(im.converted); matOf(im.a).convertTo(d, CV_16U)));
+        add("map", 1, Result::into,
             [](Images<T>& im) {
                 static const auto table = [] {
                     yc_MapTable_clamp<unsigned char, unsigned char> t(0, 255, false);
@@ -179,15 +200,12 @@ std::vector<Case> casesOf()
                 return t;
             }();
                cv::Mat d = matOf(im.d); cv::LUT(matOf(im.a), lut, d)));
-        add("median 3x3", 1, [](Images<T>& im) { yfPelMedian3x3(im.a, im.d); },
+        add("median 3x3", 1, Result::into, [](Images<T>& im) { yfPelMedian3x3(im.a, im.d); },
             CV(cv::Mat d = matOf(im.d); cv::medianBlur(matOf(im.a), d, 3)));
     } else {
-        add("convert to 8-bit", 1,
-            [](Images<T>& im) {
-                static ycPelBuffer<unsigned char> d;
-                yfPelCopy(ycPelBuffer_const<unsigned short>(im.a), d);
-            },
-            CV(static cv::Mat d; matOf(im.a).convertTo(d, CV_8U)));
+        add("convert to 8-bit", 1, Result::into,
+            [](Images<T>& im) { yfPelCopy(ycPelBuffer_const<unsigned short>(im.a), im.converted); },
+            CV(cv::Mat d = matOf(im.converted); matOf(im.a).convertTo(d, CV_8U)));
     }
 #undef CV
     return cs;
@@ -249,8 +267,9 @@ int main(int argc, char** argv)
                 copies[memcpyLabel(c, s)] = true;
                 const std::size_t bytes = imageBytes(c, s);
                 const int sources = c.sources;
-                benchmark::RegisterBenchmark(memcpyLabel(c, s).c_str(), [bytes, sources](benchmark::State& st) {
-                    copySources(st, bytes, sources);
+                const bool fresh = c.fresh;
+                benchmark::RegisterBenchmark(memcpyLabel(c, s).c_str(), [bytes, sources, fresh](benchmark::State& st) {
+                    copySources(st, bytes, sources, fresh);
                 })->Unit(benchmark::kMicrosecond);
             }
             if (c.opencv) {

@@ -130,23 +130,59 @@ void replicate(const T* a, T* d, std::int32_t count, std::int32_t f)
     }
 }
 
-// floor(x / n + 1/2) for the sums of n 8-bit pels, x < 256 n. Below 2^16
-// pels a multiply by m = ceil(2^40 / n) and a shift give it exactly: m n - 2^40
-// is below n, so the error x (m n - 2^40) / (n 2^40) stays under 1 / n.
+// floor(x / n + 1/2) for sums x up to `most`. Where (most + n/2) n stays
+// below 2^40 (and the product below 2^64), a multiply by m = ceil(2^40 / n)
+// and a shift give it exactly: m n - 2^40 is below n, so the error
+// x (m n - 2^40) / (n 2^40) stays under 1 / n. Otherwise it divides.
 class RoundingDivider {
 public:
-    explicit RoundingDivider(std::uint64_t n)
-        : n_(n), half_(n / 2), m_(n < (1u << 16) ? ((std::uint64_t{1} << 40) + n - 1) / n : 0)
-    {
-    }
+    RoundingDivider(std::uint64_t n, std::uint64_t most) : n_(n), half_(n / 2), m_(multiplier(n, most + n / 2)) {}
     std::uint64_t operator()(std::uint64_t sum) const
     {
         return m_ != 0 ? ((sum + half_) * m_) >> 40 : (sum + half_) / n_;
     }
 
 private:
+    static std::uint64_t multiplier(std::uint64_t n, std::uint64_t x)
+    {
+        constexpr std::uint64_t one = std::uint64_t{1} << 40;
+        if (n >= one || x >= one / n) return 0;
+        const std::uint64_t m = (one + n - 1) / n;
+        return x <= std::numeric_limits<std::uint64_t>::max() / m ? m : 0;
+    }
     std::uint64_t n_, half_, m_;
 };
+
+// The block averages of `s` into `out`, summed in `Sum`, which holds the sum
+// of a whole block: the block's rows are added column by column first, so the
+// inner loops run along rows.
+template <class Sum, ycPelType T>
+void averageBlocks(const ycPelBuffer_const<T>& s, ycPelBuffer<T>& out, std::int32_t fx, std::int32_t fy,
+                   const RoundingDivider& mean)
+{
+    const ycPelRect w = s.window();
+    const ycPelRect r = out.window();
+    const auto outWidth = static_cast<std::size_t>(r.width());
+    const std::size_t used = outWidth * static_cast<std::size_t>(fx);
+    const std::uint64_t top = std::numeric_limits<T>::max();
+    std::vector<Sum> columns(used);
+    for (std::int32_t row = 0; row < r.height(); ++row) {
+        const std::int32_t y0 = w.y() + row * fy;
+        const T* a = s.pointToRow(y0);
+        std::copy_n(a, used, columns.begin());
+        for (std::int32_t j = 1; j < fy; ++j) {
+            a = s.pointToRow(y0 + j);
+            for (std::size_t i = 0; i < used; ++i) columns[i] += a[i];
+        }
+        T* d = out.pointToRow(r.y() + row);
+        const Sum* c = columns.data();
+        for (std::size_t k = 0; k < outWidth; ++k, c += fx) {
+            Sum sum = 0;
+            for (std::int32_t i = 0; i < fx; ++i) sum += c[i];
+            d[k] = static_cast<T>(std::min<std::uint64_t>(mean(sum), top));
+        }
+    }
+}
 
 // A rectangle whose corners must fit in 32 bits, else BadParams.
 ycPelRect rect64(std::int64_t x, std::int64_t y, std::int64_t w, std::int64_t h)
@@ -250,23 +286,13 @@ ycPelBuffer<T> yfPelSpatialAvg(const ycPelBuffer_const<T>& src, std::int32_t xFa
     const ycPelBuffer_const<T>& s = made.first;
     ycPelBuffer<T>& out = made.second;
     if (!out.isBound()) return out;
-    const ycPelRect w = s.window();
-    const ycPelRect r = out.window();
-
-    const std::uint64_t div = divisor != 0 ? divisor : std::uint64_t(xFactor) * std::uint64_t(yFactor);
-    const std::uint64_t top = std::numeric_limits<T>::max();
-    std::vector<std::uint64_t> sums(static_cast<std::size_t>(r.width()));
-    for (std::int32_t row = 0; row < r.height(); ++row) {
-        std::fill(sums.begin(), sums.end(), 0);
-        for (std::int32_t j = 0; j < yFactor; ++j) {
-            const T* a = s.pointToRow(w.y() + row * yFactor + j);
-            for (std::size_t k = 0; k < sums.size(); ++k) {
-                const T* block = a + k * static_cast<std::size_t>(xFactor);
-                for (std::int32_t i = 0; i < xFactor; ++i) sums[k] += block[i];
-            }
-        }
-        T* d = out.pointToRow(r.y() + row);
-        for (std::size_t k = 0; k < sums.size(); ++k) d[k] = static_cast<T>(std::min((sums[k] + div / 2) / div, top));
+    const std::uint64_t blockPels = std::uint64_t(xFactor) * std::uint64_t(yFactor);
+    const std::uint64_t most = blockPels * std::numeric_limits<T>::max();
+    const RoundingDivider mean(divisor != 0 ? divisor : blockPels, most);
+    if (most <= std::numeric_limits<std::uint32_t>::max()) {
+        averageBlocks<std::uint32_t>(s, out, xFactor, yFactor, mean);
+    } else {
+        averageBlocks<std::uint64_t>(s, out, xFactor, yFactor, mean);
     }
     return out;
 }
@@ -302,7 +328,8 @@ ycPelBuffer<unsigned char> yfPelSmooth(const ycPelBuffer_const<unsigned char>& s
         for (std::size_t k = 0; k < rw; ++k) column[k] += h[k];
     };
     for (std::int32_t y = 0; y < ySize; ++y) addRow(rowSums(y));
-    const RoundingDivider mean(std::uint64_t(xSize) * std::uint64_t(ySize));
+    const std::uint64_t boxPels = std::uint64_t(xSize) * std::uint64_t(ySize);
+    const RoundingDivider mean(boxPels, 255 * boxPels);
     for (std::int32_t row = 0; row < r.height(); ++row) {
         unsigned char* d = out.pointToRow(r.y() + row);
         for (std::size_t k = 0; k < rw; ++k) d[k] = static_cast<unsigned char>(mean(column[k]));

@@ -7,7 +7,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <algorithm>
 #include <functional>
+#include <limits>
 #include <map>
 #include <random>
 #include <utility>
@@ -366,3 +368,34 @@ TEST(PelGeom, ClientCoordinatesSurviveRearrangement)
 }
 
 } // namespace
+
+// Block averages against exact integer arithmetic, on factors and divisors
+// on both sides of the multiply-and-shift limit.
+TEST(PelGeom, SpatialAverageMatchesExactDivision)
+{
+    std::mt19937 rng(11);
+    auto check = [&](auto zero, std::int32_t fx, std::int32_t fy, std::uint32_t divisor) {
+        using T = decltype(zero);
+        const std::int32_t w = 4 * fx - 1, h = 3 * fy - 1; // partial blocks left out
+        std::vector<T> pels(static_cast<std::size_t>(w * h));
+        for (T& p : pels) p = static_cast<T>(rng() | (rng() % 4 == 0 ? ~0u : 0u));
+        const auto out = pelsOf(yfPelSpatialAvg(bufferOf<T>(w, h, pels), fx, fy, divisor));
+        ASSERT_EQ(out.size(), 6u);
+        const std::uint64_t n = divisor != 0 ? divisor : std::uint64_t(fx) * std::uint64_t(fy);
+        for (std::int32_t k = 0; k < 6; ++k) {
+            std::uint64_t sum = 0;
+            for (std::int32_t j = 0; j < fy; ++j) {
+                for (std::int32_t i = 0; i < fx; ++i) sum += pels[std::size_t((k / 3 * fy + j) * w + k % 3 * fx + i)];
+            }
+            const std::uint64_t want = std::min<std::uint64_t>((sum + n / 2) / n, std::numeric_limits<T>::max());
+            ASSERT_EQ(out[std::size_t(k)], want) << sizeof(T) << " " << fx << "x" << fy << " / " << divisor;
+        }
+    };
+    for (std::uint32_t divisor : {0u, 1u, 3u, 7u, 255u, 65537u, 4000000000u}) {
+        for (auto [fx, fy] : {std::pair{1, 1}, {2, 2}, {3, 5}, {7, 1}, {16, 9}}) {
+            check(static_cast<unsigned char>(0), fx, fy, divisor);
+            check(static_cast<unsigned short>(0), fx, fy, divisor);
+            check(std::uint32_t{0}, fx, fy, divisor);
+        }
+    }
+}
