@@ -1,6 +1,6 @@
 // Pixel operations, single-threaded, on 640x480, 2048x2048 and 4096x4096
-// images: each against memcpy of the same bytes (a copy of every source
-// image the operation reads) and, where OpenCV is found, against OpenCV's
+// images: each against memcpy of the same bytes (as many bytes as the
+// operation reads, or writes where that is more) and, where OpenCV is found, against OpenCV's
 // equivalent with one thread. Operations that return a new buffer are timed
 // with the allocation, and so are their references: memcpy into fresh memory
 // and OpenCV into a fresh cv::Mat.
@@ -17,6 +17,7 @@
 #include <opencv2/imgproc.hpp>
 #endif
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <functional>
@@ -75,9 +76,9 @@ cv::Mat matOf(ycPelBuffer<T>& b)
 }
 #endif
 
-// memcpy of `sources` images of `bytes` each, into scratch memory or, when
-// `fresh`, into a block allocated (and freed) each time.
-void copySources(benchmark::State& state, std::size_t bytes, int sources, bool fresh)
+// memcpy of `bytes` into scratch memory or, when `fresh`, into a block
+// allocated (and freed) each time.
+void copyBytes(benchmark::State& state, std::size_t bytes, bool fresh)
 {
     static std::vector<unsigned char> from, to;
     if (from.size() < bytes) {
@@ -85,14 +86,12 @@ void copySources(benchmark::State& state, std::size_t bytes, int sources, bool f
         to.assign(bytes, 0);
     }
     for (auto _ : state) {
-        for (int i = 0; i < sources; ++i) {
-            if (fresh) {
-                std::unique_ptr<unsigned char[]> block(new unsigned char[bytes]);
-                std::memcpy(block.get(), from.data(), bytes);
-                benchmark::DoNotOptimize(block.get());
-            } else {
-                std::memcpy(to.data(), from.data(), bytes);
-            }
+        if (fresh) {
+            std::unique_ptr<unsigned char[]> block(new unsigned char[bytes]);
+            std::memcpy(block.get(), from.data(), bytes);
+            benchmark::DoNotOptimize(block.get());
+        } else {
+            std::memcpy(to.data(), from.data(), bytes);
         }
         benchmark::ClobberMemory();
     }
@@ -106,6 +105,7 @@ struct Case {
     int sources;
     bool fresh; // returns a new buffer
     std::size_t pelBytes;
+    std::size_t resultPelBytes;
     std::function<void(Size)> ours;
     std::function<void(Size)> opencv;
 };
@@ -115,12 +115,14 @@ std::string label(const Case& c, Size s, const char* who)
     return c.op + "/" + c.type + "/" + std::to_string(s.w) + "x" + std::to_string(s.h) + "/" + who;
 }
 
-// Cases that read the same bytes share one memcpy run.
-std::size_t imageBytes(const Case& c, Size s) { return std::size_t(s.w) * s.h * c.pelBytes; }
+// The bytes of the reference copy; cases that move as many share one run.
+std::size_t copiedBytes(const Case& c, Size s)
+{
+    return std::size_t(s.w) * s.h * std::max(c.pelBytes * c.sources, c.resultPelBytes);
+}
 std::string memcpyLabel(const Case& c, Size s)
 {
-    return std::string(c.fresh ? "memcpy-fresh/" : "memcpy/") + std::to_string(c.sources) + "x" +
-           std::to_string(imageBytes(c, s));
+    return std::string(c.fresh ? "memcpy-fresh/" : "memcpy/") + std::to_string(copiedBytes(c, s));
 }
 
 // Whether an operation writes into a given destination or returns a new one.
@@ -139,7 +141,7 @@ std::vector<Case> casesOf()
     auto add = [&](std::string op, int sources, Result result, std::function<void(Images<T>&)> ours,
                    std::function<void(Images<T>&)> cvOp) {
         const bool fresh = result == Result::fresh;
-        Case c{std::move(op), typeName<T>(), sources, fresh, sizeof(T), nullptr, nullptr};
+        Case c{std::move(op), typeName<T>(), sources, fresh, sizeof(T), sizeof(T), nullptr, nullptr};
         c.ours = [ours](Size s) { ours(images<T>(s)); };
         if (cvOp) c.opencv = [cvOp](Size s) { cvOp(images<T>(s)); };
         cs.push_back(std::move(c));
@@ -185,6 +187,7 @@ std::vector<Case> casesOf()
         add("convert to 16-bit", 1, Result::into,
             [](Images<T>& im) { yfPelCopy(ycPelBuffer_const<unsigned char>(im.a), im.converted); },
             CV(cv::Mat d = matOf(im.converted); matOf(im.a).convertTo(d, CV_16U)));
+        cs.back().resultPelBytes = 2;
         add("map", 1, Result::into,
             [](Images<T>& im) {
                 static const auto table = [] {
@@ -265,11 +268,10 @@ int main(int argc, char** argv)
             })->Unit(benchmark::kMicrosecond);
             if (!copies[memcpyLabel(c, s)]) {
                 copies[memcpyLabel(c, s)] = true;
-                const std::size_t bytes = imageBytes(c, s);
-                const int sources = c.sources;
+                const std::size_t bytes = copiedBytes(c, s);
                 const bool fresh = c.fresh;
-                benchmark::RegisterBenchmark(memcpyLabel(c, s).c_str(), [bytes, sources, fresh](benchmark::State& st) {
-                    copySources(st, bytes, sources, fresh);
+                benchmark::RegisterBenchmark(memcpyLabel(c, s).c_str(), [bytes, fresh](benchmark::State& st) {
+                    copyBytes(st, bytes, fresh);
                 })->Unit(benchmark::kMicrosecond);
             }
             if (c.opencv) {

@@ -130,41 +130,59 @@ void replicate(const T* a, T* d, std::int32_t count, std::int32_t f)
     }
 }
 
-// floor(x / n + 1/2) for sums x up to `most`. Where (most + n/2) n stays
-// below 2^40 (and the product below 2^64), a multiply by m = ceil(2^40 / n)
-// and a shift give it exactly: m n - 2^40 is below n, so the error
-// x (m n - 2^40) / (n 2^40) stays under 1 / n. Otherwise it divides.
+// floor(x / n + 1/2) for sums x up to `most`, in U. Where a shift s has
+// (most + n/2) n below 2^s and the product below 2^bits(U), a multiply by
+// m = ceil(2^s / n) and a shift give it exactly: m n - 2^s is below n, so the
+// error x (m n - 2^s) / (n 2^s) stays under 1 / n. Otherwise it divides.
+template <class U>
 class RoundingDivider {
 public:
-    RoundingDivider(std::uint64_t n, std::uint64_t most) : n_(n), half_(n / 2), m_(multiplier(n, most + n / 2)) {}
-    std::uint64_t operator()(std::uint64_t sum) const
+    RoundingDivider(std::uint64_t n, std::uint64_t most) : n_(U(n)), half_(U(n / 2))
     {
-        return m_ != 0 ? ((sum + half_) * m_) >> 40 : (sum + half_) / n_;
+        constexpr int bits = std::numeric_limits<U>::digits;
+        const std::uint64_t x = most + n / 2;
+        for (int s = bits - 1; s > 0; --s) {
+            const std::uint64_t one = std::uint64_t{1} << s;
+            if (n >= one || x >= one / n) break;
+            const std::uint64_t m = (one + n - 1) / n;
+            if (x <= std::numeric_limits<U>::max() / m) {
+                m_ = U(m);
+                shift_ = s;
+                break;
+            }
+        }
     }
+    U operator()(U sum) const { return m_ != 0 ? U((sum + half_) * m_) >> shift_ : (sum + half_) / n_; }
 
 private:
-    static std::uint64_t multiplier(std::uint64_t n, std::uint64_t x)
-    {
-        constexpr std::uint64_t one = std::uint64_t{1} << 40;
-        if (n >= one || x >= one / n) return 0;
-        const std::uint64_t m = (one + n - 1) / n;
-        return x <= std::numeric_limits<std::uint64_t>::max() / m ? m : 0;
-    }
-    std::uint64_t n_, half_, m_;
+    U n_, half_, m_ = 0;
+    int shift_ = 0;
 };
+
+// One result row from the column sums `c` of its blocks' rows: F pels a
+// block, fixed where the factor is known so the loop vectorises.
+template <class Sum, class T, class F>
+void blockRow(const Sum* c, T* d, std::size_t count, F fx, const RoundingDivider<Sum>& mean)
+{
+    constexpr Sum top = std::numeric_limits<T>::max();
+    for (std::size_t k = 0; k < count; ++k, c += fx) {
+        Sum sum = 0;
+        for (std::int32_t i = 0; i < fx; ++i) sum += c[i];
+        d[k] = static_cast<T>(std::min(mean(sum), top));
+    }
+}
 
 // The block averages of `s` into `out`, summed in `Sum`, which holds the sum
 // of a whole block: the block's rows are added column by column first, so the
 // inner loops run along rows.
 template <class Sum, ycPelType T>
 void averageBlocks(const ycPelBuffer_const<T>& s, ycPelBuffer<T>& out, std::int32_t fx, std::int32_t fy,
-                   const RoundingDivider& mean)
+                   const RoundingDivider<Sum>& mean)
 {
     const ycPelRect w = s.window();
     const ycPelRect r = out.window();
     const auto outWidth = static_cast<std::size_t>(r.width());
     const std::size_t used = outWidth * static_cast<std::size_t>(fx);
-    const std::uint64_t top = std::numeric_limits<T>::max();
     std::vector<Sum> columns(used);
     for (std::int32_t row = 0; row < r.height(); ++row) {
         const std::int32_t y0 = w.y() + row * fy;
@@ -175,11 +193,10 @@ void averageBlocks(const ycPelBuffer_const<T>& s, ycPelBuffer<T>& out, std::int3
             for (std::size_t i = 0; i < used; ++i) columns[i] += a[i];
         }
         T* d = out.pointToRow(r.y() + row);
-        const Sum* c = columns.data();
-        for (std::size_t k = 0; k < outWidth; ++k, c += fx) {
-            Sum sum = 0;
-            for (std::int32_t i = 0; i < fx; ++i) sum += c[i];
-            d[k] = static_cast<T>(std::min<std::uint64_t>(mean(sum), top));
+        if (fx == 2) {
+            blockRow(columns.data(), d, outWidth, std::integral_constant<std::int32_t, 2>(), mean);
+        } else {
+            blockRow(columns.data(), d, outWidth, fx, mean);
         }
     }
 }
@@ -288,11 +305,11 @@ ycPelBuffer<T> yfPelSpatialAvg(const ycPelBuffer_const<T>& src, std::int32_t xFa
     if (!out.isBound()) return out;
     const std::uint64_t blockPels = std::uint64_t(xFactor) * std::uint64_t(yFactor);
     const std::uint64_t most = blockPels * std::numeric_limits<T>::max();
-    const RoundingDivider mean(divisor != 0 ? divisor : blockPels, most);
-    if (most <= std::numeric_limits<std::uint32_t>::max()) {
-        averageBlocks<std::uint32_t>(s, out, xFactor, yFactor, mean);
+    const std::uint64_t n = divisor != 0 ? divisor : blockPels;
+    if (most + n / 2 <= std::numeric_limits<std::uint32_t>::max()) {
+        averageBlocks(s, out, xFactor, yFactor, RoundingDivider<std::uint32_t>(n, most));
     } else {
-        averageBlocks<std::uint64_t>(s, out, xFactor, yFactor, mean);
+        averageBlocks(s, out, xFactor, yFactor, RoundingDivider<std::uint64_t>(n, most));
     }
     return out;
 }
@@ -329,7 +346,7 @@ ycPelBuffer<unsigned char> yfPelSmooth(const ycPelBuffer_const<unsigned char>& s
     };
     for (std::int32_t y = 0; y < ySize; ++y) addRow(rowSums(y));
     const std::uint64_t boxPels = std::uint64_t(xSize) * std::uint64_t(ySize);
-    const RoundingDivider mean(boxPels, 255 * boxPels);
+    const RoundingDivider<std::uint64_t> mean(boxPels, 255 * boxPels);
     for (std::int32_t row = 0; row < r.height(); ++row) {
         unsigned char* d = out.pointToRow(r.y() + row);
         for (std::size_t k = 0; k < rw; ++k) d[k] = static_cast<unsigned char>(mean(column[k]));
