@@ -1,8 +1,8 @@
 // Loads objects from arbitrary bytes and then uses them, so that a loader
 // that accepts a state the rest of the class cannot live with is found where
 // the state does harm: in mapping, inverting and composing transforms, in
-// reading and writing pels, in copying windows, or in storing the object
-// again.
+// reading and writing pels, in copying windows, in pixel operations, or in
+// storing the object again.
 //
 // The first byte chooses, bit by bit:
 //   bit 0  the input is a seekable archive (else a plain one)
@@ -28,6 +28,9 @@
 #include "fuzz/archive_harness.h"
 
 #include "std/math/xfcomp.h"
+#include "std/pelbuf/pelarith.h"
+#include "std/pelbuf/pelcopy.h"
+#include "std/pelbuf/pelgeom.h"
 #include "std/pelbuf/pel3buf.h"
 #include "std/pelbuf/pelbuf.h"
 #include "std/pelbuf/xfcache.h"
@@ -361,6 +364,47 @@ void exerciseBuffer(const ycPelBuffer_const<T>& b)
     });
 }
 
+// Pixel operations on the loaded window: results are checked where an
+// identity says what they must be, and every operation runs against a
+// destination that overlaps the source by one pel.
+template <class T>
+void exercisePixelOps(const ycPelBuffer_const<T>& b)
+{
+    std::string scratch;
+    attempt(scratch, [&] {
+        const ycPelBuffer<T> copy = yfPelCopy<T>(b);
+        if (copy.isBound() && copy.window() != b.window()) throw Finding("a copy has another window");
+        if constexpr (!std::is_floating_point_v<T> && !std::is_same_v<T, ycPair<float>>) {
+            if (copy.isBound() && !yfPelEqual(copy, b)) throw Finding("a copy is not equal to its source");
+        }
+    });
+    if constexpr (yc_OneOf<T, unsigned char, unsigned short, std::uint32_t>) {
+        attempt(scratch, [&] {
+            if (!b.isBound() || b.window().isEmpty()) return;
+            const ycPelBuffer<T> twice = yfPelTranspose<T>(yfPelTranspose<T>(b));
+            const ycPelBuffer<T> flipped = yfPelFlipH<T>(yfPelFlipV<T>(yfPelFlipH<T>(yfPelFlipV<T>(b))));
+            if (!yfPelEqual(twice, b) || !yfPelEqual(flipped, b)) throw Finding("a rearrangement done twice differs");
+            const T lo = yfPelMin<T>(b), hi = yfPelMax<T>(b);
+            const ycPelBuffer<T> low = yfPelMin<T>(b, flipped);
+            if (yfPelMin<T>(low) != lo || yfPelMax<T>(yfPelMax<T>(b, flipped)) != hi) {
+                throw Finding("a pel-wise extreme disagrees with the window's");
+            }
+        });
+        attempt(scratch, [&] {
+            // A destination one pel into the source: Overlap, or nothing shared.
+            ycPelBuffer<T> shifted(b.root());
+            shifted.windowRoot(b.windowRoot());
+            shifted.offset(b.offset().x() + 1, b.offset().y());
+            yfPelAdd(b, b, shifted);
+        });
+    }
+    if constexpr (std::is_same_v<T, unsigned char>) {
+        attempt(scratch, [&] { yfPelMedian3x3(b); });
+        attempt(scratch, [&] { yfPelSmooth(b, 3, 2); });
+        attempt(scratch, [&] { yfPelSpatialAvg(b, 3, 2, 0); });
+    }
+}
+
 template <class T>
 void exerciseRoot(const ycPtrHandle<ycPelRoot<T>>& root)
 {
@@ -442,9 +486,10 @@ inline void exercise(const Loaded& l)
         return;
     }
     visitPels(*l.get(), [&](const auto& root, const auto* buffer) {
-        if (buffer)
+        if (buffer) {
             exerciseBuffer(*buffer);
-        else
+            exercisePixelOps(*buffer);
+        } else
             exerciseRoot(root);
     });
 }
