@@ -44,11 +44,37 @@ std::size_t MapVectors(D t, const std::uint8_t* s, std::uint8_t* d, std::size_t 
 }
 #endif
 
+#if HWY_TARGET == HWY_AVX3 && (defined(__GNUC__) || defined(__clang__))
+// With VBMI, one permute of two 64-byte tables looks up 128 entries, so two
+// permutes and a blend by the top bit map 64 pels: four times as fast as the
+// nibble lookups. Highway 1.0.3 uses VBMI only on a target we do not build,
+// hence the intrinsics and the run-time check here.
+#define YCORE_MAP_VBMI 1
+__attribute__((target("avx512f,avx512bw,avx512vbmi"))) std::size_t MapVbmi(const std::uint8_t* s, std::uint8_t* d,
+                                                                            std::size_t n, const std::uint8_t* table)
+{
+    const __m512i t0 = _mm512_loadu_si512(table), t1 = _mm512_loadu_si512(table + 64);
+    const __m512i t2 = _mm512_loadu_si512(table + 128), t3 = _mm512_loadu_si512(table + 192);
+    std::size_t i = 0;
+    for (; i + 64 <= n; i += 64) {
+        const __m512i v = _mm512_loadu_si512(s + i);
+        const __m512i low = _mm512_permutex2var_epi8(t0, v, t1), high = _mm512_permutex2var_epi8(t2, v, t3);
+        _mm512_storeu_si512(d + i, _mm512_mask_blend_epi8(_mm512_movepi8_mask(v), low, high));
+    }
+    return i;
+}
+#endif
+
 void Map8Row(const std::uint8_t* s, std::uint8_t* d, std::size_t n, const std::uint8_t* table)
 {
     std::size_t i = 0;
 #if HWY_TARGET != HWY_SCALAR
     const hn::ScalableTag<std::uint8_t> t;
+#if YCORE_MAP_VBMI
+    static const bool vbmi = __builtin_cpu_supports("avx512vbmi");
+    if (vbmi) i = MapVbmi(s, d, n, table);
+    else
+#endif
     if constexpr (hn::MaxLanes(t) >= 32) i = MapVectors(t, s, d, n, table);
 #endif
     for (; i + 4 <= n; i += 4) {

@@ -1,11 +1,10 @@
 // d(x, y) = s(y, x) for pels of 1, 2, 4 and 8 bytes.
 //
-// The source is walked in strips one cache line wide, top to bottom, so each
-// destination row is written along its length and each line fetched is used
-// whole; this measured faster than square blocks on power-of-two strides.
-// Inside a strip, tiles of 16 bytes by 16 / pel size rows are transposed in
-// registers; the pels beyond the last whole tile go through the scalar
-// reference.
+// Square blocks one cache line wide are transposed into a scratch block in
+// tiles of 16 bytes by 16 / pel size rows, in registers, and copied out a
+// whole destination line at a time. What whole blocks leave is walked in
+// strips one cache line wide, top to bottom, tile by tile; the pels beyond
+// the last whole tile go through the scalar reference.
 #if YCORE_SIMD
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "core/kernels/transpose.cpp"
@@ -16,7 +15,10 @@
 
 #include "core/kernels/transpose.h"
 
+#include "hwy/cache_control.h"
+
 #include <algorithm>
+#include <cstdint>
 
 HWY_BEFORE_NAMESPACE();
 namespace ycore {
@@ -60,9 +62,11 @@ HWY_INLINE void TransposeTiles(D t, const std::uint8_t* s, std::ptrdiff_t ss, st
 }
 #endif
 
+// Tiles in strips one cache line wide, then the scalar reference past the
+// last whole tile: for windows too narrow or short for whole blocks.
 template <class T>
-void TransposeT(const std::uint8_t* s, std::ptrdiff_t ss, std::uint8_t* d, std::ptrdiff_t ds, std::size_t w,
-                std::size_t h)
+void TransposeTiled(const std::uint8_t* s, std::ptrdiff_t ss, std::uint8_t* d, std::ptrdiff_t ds, std::size_t w,
+                    std::size_t h)
 {
     std::size_t wt = 0, ht = 0;
 #if HWY_TARGET != HWY_SCALAR
@@ -89,6 +93,76 @@ void TransposeT(const std::uint8_t* s, std::ptrdiff_t ss, std::uint8_t* d, std::
     // Columns past the last tile, then rows past it under the tiled columns.
     ref::Transpose(s + wt * sizeof(T), ss, d + std::ptrdiff_t(wt) * ds, ds, w - wt, h, sizeof(T));
     ref::Transpose(s + std::ptrdiff_t(ht) * ss, ss, d + ht * sizeof(T), ds, wt, h - ht, sizeof(T));
+}
+
+// Copies the P lines of a scratch block out to the destination rows; a
+// streaming store, which needs its address aligned to the vector, writes a
+// line without fetching it first.
+template <class D>
+HWY_INLINE void StoreBlock(D tb, const std::uint8_t* block, std::size_t P, std::uint8_t* d, std::ptrdiff_t ds,
+                           bool stream)
+{
+    constexpr std::size_t L = hn::MaxLanes(tb);
+    for (std::size_t i = 0; i < P; ++i) {
+        std::uint8_t* row = d + std::ptrdiff_t(i) * ds;
+        if (stream && reinterpret_cast<std::uintptr_t>(row) % L == 0) {
+            for (std::size_t j = 0; j < 64; j += L) hn::Stream(hn::Load(tb, block + i * 64 + j), tb, row + j);
+        } else {
+            for (std::size_t j = 0; j < 64; j += L) hn::StoreU(hn::Load(tb, block + i * 64 + j), tb, row + j);
+        }
+    }
+}
+
+template <class T>
+void TransposeT(const std::uint8_t* s, std::ptrdiff_t ss, std::uint8_t* d, std::ptrdiff_t ds, std::size_t w,
+                std::size_t h)
+{
+    std::size_t wb = 0, hb = 0;
+#if HWY_TARGET != HWY_SCALAR
+    // Blocks of P rows by one cache line, tiled into a scratch block and
+    // copied out a whole line at a time: on a power-of-two stride the rows of
+    // a block share a few cache sets, and writing the destination 16 bytes at
+    // a time evicted its lines before they were whole (2.3 times slower at
+    // 2048 by 2048).
+    constexpr std::size_t P = 64 / sizeof(T), K = 16 / sizeof(T);
+    const hn::CappedTag<T, P> t;
+    constexpr std::size_t G = hn::MaxLanes(t);
+    alignas(64) std::uint8_t block[P * 64];
+    wb = w / P * P;
+    hb = h / P * P;
+    // Past the caches, streaming stores and walking the source along its rows
+    // (each block then reads P whole lines of P pages that the next blocks
+    // reuse) measured twice as fast; below, they only slow the next reader.
+    const bool large = w * h * sizeof(T) >= (std::size_t(8) << 20);
+    const auto tile = [&](std::size_t x0, std::size_t y0) {
+        const std::uint8_t* sb = s + std::ptrdiff_t(y0) * ss + x0 * sizeof(T);
+        for (std::size_t y = 0; y < P; y += K) {
+            for (std::size_t x = 0; x < P; x += G) {
+                TransposeTiles(t, sb + std::ptrdiff_t(y) * ss + x * sizeof(T), ss, block + x * 64 + y * sizeof(T), 64);
+            }
+        }
+        std::uint8_t* db = d + std::ptrdiff_t(x0) * ds + y0 * sizeof(T);
+        // Stream 32 bytes at a time: rows of pel buffers are aligned to 32 only.
+        if (large) {
+            StoreBlock(hn::CappedTag<std::uint8_t, 32>(), block, P, db, ds, true);
+        } else {
+            StoreBlock(hn::CappedTag<std::uint8_t, 64>(), block, P, db, ds, false);
+        }
+    };
+    if (large) {
+        for (std::size_t y0 = 0; y0 < hb; y0 += P) {
+            for (std::size_t x0 = 0; x0 < wb; x0 += P) tile(x0, y0);
+        }
+        hwy::FlushStream();
+    } else {
+        for (std::size_t x0 = 0; x0 < wb; x0 += P) {
+            for (std::size_t y0 = 0; y0 < hb; y0 += P) tile(x0, y0);
+        }
+    }
+#endif
+    // The columns past the last block, then the rows past it under the blocks.
+    TransposeTiled<T>(s + wb * sizeof(T), ss, d + std::ptrdiff_t(wb) * ds, ds, w - wb, h);
+    TransposeTiled<T>(s + std::ptrdiff_t(hb) * ss, ss, d + hb * sizeof(T), ds, wb, h - hb);
 }
 
 void Transpose(const std::uint8_t* s, std::ptrdiff_t ss, std::uint8_t* d, std::ptrdiff_t ds, std::size_t w,

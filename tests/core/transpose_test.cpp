@@ -24,7 +24,9 @@ TEST(CoreKernels, TransposeMatchesReferenceOnEveryTarget)
     // Sizes around and across the tiles.
     for (Shape sh : std::vector<Shape>{{1, 1, 0, 0},     {7, 9, 1, 3},    {17, 33, 2, 0},  {100, 3, 0, 5},
                                        {3, 100, 3, 1},   {8, 8, 0, 0},    {16, 16, 1, 0},  {32, 32, 0, 0},
-                                       {33, 17, 0, 9},   {64, 65, 5, 2},  {130, 70, 0, 1}, {1, 300, 0, 0}}) {
+                                       {33, 17, 0, 9},   {64, 65, 5, 2},  {130, 70, 0, 1}, {1, 300, 0, 0},
+                                       // Around and across the blocks of a cache line square.
+                                       {128, 128, 0, 0}, {191, 129, 3, 7}, {63, 200, 0, 1}, {200, 63, 1, 0}}) {
         shapes.push_back(sh);
     }
     forEachTarget([&](const std::string& target) {
@@ -41,6 +43,23 @@ TEST(CoreKernels, TransposeMatchesReferenceOnEveryTarget)
                 ASSERT_EQ(d.bytes(), want.bytes()) << target << " pel size " << p << " " << sh.width << "x" << sh.height;
             }
         }
+    });
+}
+
+// Large enough for the streaming stores, with destination rows not all
+// 32-byte aligned: only the aligned ones stream.
+TEST(CoreKernels, TransposeMatchesReferenceOnLargeWindows)
+{
+    forEachTarget([](const std::string& target) {
+        std::mt19937 rng(5);
+        Image s(1030, 1024, 8, 1, 0), d(1024, 1030, 8, 0, 16);
+        s.fill(rng);
+        d.fill(rng);
+        Image want = d;
+        ycore::ref::Transpose(s.row<std::uint8_t>(0), s.get()->stride, want.row<std::uint8_t>(0), want.get()->stride,
+                              1030, 1024, 8);
+        ASSERT_EQ(yip_pelTranspose(s.get(), d.get()), YSTD_OK);
+        ASSERT_EQ(d.bytes(), want.bytes()) << target;
     });
 }
 
