@@ -49,7 +49,6 @@ std::size_t MapVectors(D t, const std::uint8_t* s, std::uint8_t* d, std::size_t 
 // permutes and a blend by the top bit map 64 pels: four times as fast as the
 // nibble lookups. Highway 1.0.3 uses VBMI only on a target we do not build,
 // hence the intrinsics and the run-time check here.
-#define YCORE_MAP_VBMI 1
 __attribute__((target("avx512f,avx512bw,avx512vbmi"))) std::size_t MapVbmi(const std::uint8_t* s, std::uint8_t* d,
                                                                             std::size_t n, const std::uint8_t* table)
 {
@@ -70,7 +69,7 @@ void Map8Row(const std::uint8_t* s, std::uint8_t* d, std::size_t n, const std::u
     std::size_t i = 0;
 #if HWY_TARGET != HWY_SCALAR
     const hn::ScalableTag<std::uint8_t> t;
-#if YCORE_MAP_VBMI
+#if HWY_TARGET == HWY_AVX3 && (defined(__GNUC__) || defined(__clang__))
     static const bool vbmi = __builtin_cpu_supports("avx512vbmi");
     if (vbmi) i = MapVbmi(s, d, n, table);
     else
