@@ -220,7 +220,14 @@ public:
     std::map<std::string, double> times;
     void ReportRuns(const std::vector<Run>& runs) override
     {
-        for (const Run& r : runs) times[r.benchmark_name()] = r.GetAdjustedRealTime();
+        // With repetitions, the table takes the medians.
+        for (const Run& r : runs) {
+            if (r.run_type != Run::RT_Aggregate) {
+                times.try_emplace(r.run_name.str(), r.GetAdjustedRealTime());
+            } else if (r.aggregate_name == "median") {
+                times[r.run_name.str()] = r.GetAdjustedRealTime();
+            }
+        }
         ConsoleReporter::ReportRuns(runs);
     }
 };

@@ -216,8 +216,9 @@ int binary(const yimg_image* a, const yimg_image* b, yimg_image* d, Row row)
 {
     using namespace ycore;
     if (int st = checkSame({a, b, d}, int(sizeof(T))); st != YSTD_OK) return st;
-    for (std::int32_t y = 0; y < a->height; ++y) {
-        row(rowOf<const T>(a, y), rowOf<const T>(b, y), rowOf<T>(d, y), std::size_t(a->width));
+    const Rows rows = rowsOf({a, b, d});
+    for (std::int32_t y = 0; y < rows.count; ++y) {
+        row(rowOf<const T>(a, y), rowOf<const T>(b, y), rowOf<T>(d, y), rows.length);
     }
     return YSTD_OK;
 }

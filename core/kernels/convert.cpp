@@ -52,7 +52,8 @@ template <class From, class To, class Row>
 void convertRows(const yimg_image* s, yimg_image* d, Row row)
 {
     using namespace ycore;
-    for (std::int32_t y = 0; y < s->height; ++y) row(rowOf<const From>(s, y), rowOf<To>(d, y), std::size_t(s->width));
+    const Rows rows = rowsOf({s, d});
+    for (std::int32_t y = 0; y < rows.count; ++y) row(rowOf<const From>(s, y), rowOf<To>(d, y), rows.length);
 }
 
 // The pel sizes of source and destination as one number, 10 * from + to.

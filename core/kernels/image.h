@@ -35,6 +35,24 @@ inline int checkSame(std::initializer_list<const yimg_image*> images, int pelSiz
     return YSTD_OK;
 }
 
+// How to walk equal-sized windows for an element-wise kernel: row by row,
+// or, when no window has padding between its rows, as one long row, which
+// saves a call and a vector tail per row.
+struct Rows {
+    std::int32_t count;
+    std::size_t length;
+};
+inline Rows rowsOf(std::initializer_list<const yimg_image*> images)
+{
+    const yimg_image* first = *images.begin();
+    bool dense = true;
+    for (const yimg_image* im : images) {
+        dense = dense && (im->height <= 1 || im->stride == std::ptrdiff_t{im->width} * im->pelSize);
+    }
+    if (dense && first->height > 1) return {1, std::size_t(first->width) * std::size_t(first->height)};
+    return {first->height, std::size_t(first->width)};
+}
+
 template <class T>
 T* rowOf(const yimg_image* im, std::int32_t y)
 {

@@ -38,8 +38,9 @@ extern "C" int yip_pelInvert8(const yimg_image* s, yimg_image* d)
 {
     using namespace ycore;
     if (int st = checkSame({s, d}, 1); st != YSTD_OK) return st;
-    for (std::int32_t y = 0; y < s->height; ++y) {
-        YCORE_ROW(Invert8Row)(rowOf<const std::uint8_t>(s, y), rowOf<std::uint8_t>(d, y), std::size_t(s->width));
+    const Rows rows = rowsOf({s, d});
+    for (std::int32_t y = 0; y < rows.count; ++y) {
+        YCORE_ROW(Invert8Row)(rowOf<const std::uint8_t>(s, y), rowOf<std::uint8_t>(d, y), rows.length);
     }
     return YSTD_OK;
 }

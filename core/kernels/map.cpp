@@ -105,8 +105,9 @@ extern "C" int yip_pelMap8(const yimg_image* s, yimg_image* d, const std::uint8_
     using namespace ycore;
     if (int st = checkSame({s, d}, 1); st != YSTD_OK) return st;
     if (table == nullptr) return YSTD_ERR_BAD_ARGUMENT;
-    for (std::int32_t y = 0; y < s->height; ++y) {
-        YCORE_ROW(Map8Row)(rowOf<const std::uint8_t>(s, y), rowOf<std::uint8_t>(d, y), std::size_t(s->width), table);
+    const Rows rows = rowsOf({s, d});
+    for (std::int32_t y = 0; y < rows.count; ++y) {
+        YCORE_ROW(Map8Row)(rowOf<const std::uint8_t>(s, y), rowOf<std::uint8_t>(d, y), rows.length, table);
     }
     return YSTD_OK;
 }

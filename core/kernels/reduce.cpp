@@ -74,7 +74,8 @@ int minMax(const yimg_image* s, std::uint32_t* min, std::uint32_t* max, Row row)
     if (int st = checkImage(s, int(sizeof(T))); st != YSTD_OK) return st;
     if (s->width == 0 || s->height == 0) return YSTD_ERR_BAD_ARGUMENT;
     std::uint32_t lo = std::numeric_limits<std::uint32_t>::max(), hi = 0;
-    for (std::int32_t y = 0; y < s->height; ++y) row(rowOf<const T>(s, y), std::size_t(s->width), &lo, &hi);
+    const Rows rows = rowsOf({s});
+    for (std::int32_t y = 0; y < rows.count; ++y) row(rowOf<const T>(s, y), rows.length, &lo, &hi);
     *min = lo;
     *max = hi;
     return YSTD_OK;

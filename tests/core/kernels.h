@@ -132,6 +132,8 @@ inline const std::vector<Shape>& awkwardShapes()
         {1, 1, 0, 0},   {3, 2, 1, 0},   {15, 3, 1, 5},   {17, 4, 3, 1},  {31, 5, 0, 7},
         {33, 2, 5, 3},  {63, 3, 7, 0},  {65, 2, 1, 13},  {127, 2, 9, 2}, {129, 3, 0, 31},
         {255, 2, 3, 1}, {257, 2, 11, 0}, {1000, 2, 13, 29},
+        // Rows without padding, which kernels may walk as one long row.
+        {33, 3, 0, 0},  {100, 4, 0, 0},
     };
     return shapes;
 }
