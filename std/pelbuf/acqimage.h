@@ -7,8 +7,8 @@
 // twice, UYV's, RGB24's and BGR24's three times, RGB48's six times, UYYVYY's
 // one and a half times. Packed 16-bit, packed 32-bit and three-plane colour
 // images come in their own buffer types. The 16-bit grey formats (2, 13, 14,
-// 17) and the 16-bit Bayer mosaic hold one 16-bit value per pixel in the
-// machine's byte order; code 16 holds it high byte first.
+// 17) and the 16-bit Bayer mosaic hold one 16-bit value per pixel, low byte
+// first, as cameras send them; code 16 holds it high byte first.
 //
 //   code  format            bits  colour  grey8 grey16 rgb16 rgb32 3-plane
 //   1     Grey8               8   no       yes   yes    yes   yes   yes
@@ -170,7 +170,8 @@ public:
     {
         return isConversionSupported(formatAcquired(), target);
     }
-    BayerPattern bayerPattern() const;
+    // As given to the constructor; RGGB for other formats.
+    BayerPattern bayerPattern() const { return pattern_; }
 
     ycPelBuffer<unsigned char> getGrey8PelBuffer() const;
     ycPelBuffer<unsigned short> getGrey16PelBuffer() const;
@@ -186,6 +187,7 @@ public:
 
 private:
     std::shared_ptr<const yc_AcqImage> impl_;
+    BayerPattern pattern_ = RGGB;
 };
 
 // The base of the per-format implementations (yc_Grey8AcqImage to
