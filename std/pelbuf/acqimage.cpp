@@ -395,74 +395,64 @@ class yc_CoreAcqImage : public yc_ByteAcqImage {
 public:
     Bytes grey8() const override
     {
-        if (!grey_) throw notSupported(formatAcquired(), yeGrey8);
-        return convertByCore<unsigned char>(bytes(), scale_, grey_, extra_);
+        if (!calls_.grey) throw notSupported(formatAcquired(), yeGrey8);
+        return convertByCore<unsigned char>(bytes(), calls_.scale, calls_.grey, extra_);
     }
-    RGB32 rgb32() const override { return convertByCore<ycPackedRGB32Pel>(bytes(), scale_, rgb_, extra_); }
+    RGB32 rgb32() const override { return convertByCore<ycPackedRGB32Pel>(bytes(), calls_.scale, calls_.rgb, extra_); }
     yc3PlanePelBuffer planes() const override { return separate(rgb32()); }
 
 protected:
-    yc_CoreAcqImage(yeImageFormat format, const Bytes& raw, Scale scale, CoreCall grey, CoreCall rgb, int extra)
-        : yc_ByteAcqImage(format, raw), scale_(scale), grey_(grey), rgb_(rgb), extra_(extra)
+    // `extra` is the Bayer pattern, or RGB24's blue-first flag.
+    yc_CoreAcqImage(yeImageFormat format, const Bytes& raw, int extra = 0)
+        : yc_ByteAcqImage(format, raw), calls_(callsOf(format)), extra_(extra)
     {
     }
 
 private:
-    Scale scale_;
-    CoreCall grey_; // null where the table offers no grey
-    CoreCall rgb_;
+    struct Calls {
+        Scale scale;
+        CoreCall grey; // null where the table offers no grey
+        CoreCall rgb;
+    };
+    static Calls callsOf(yeImageFormat format)
+    {
+        switch (format) {
+        case yeBayer8: return {kOne, yip_convertBayer8ToGreyscale, yip_convertBayer8ToRGB};
+        case yeUYYVYY:
+            return {Scale{2, 3}, withoutExtra<yip_convertUYYVYYToGreyscale>, withoutExtra<yip_convertUYYVYYToRGB>};
+        case yeUYVY: return {kWord, withoutExtra<yip_convertUYVYToGreyscale>, withoutExtra<yip_convertUYVYToRGB>};
+        case yeUYV: return {Scale{1, 3}, withoutExtra<yip_convertUYVToGreyscale>, withoutExtra<yip_convertUYVToRGB>};
+        default: return {Scale{1, 3}, nullptr, yip_convertRGB24ToRGB}; // RGB24, BGR24
+        }
+    }
+
+    Calls calls_;
     int extra_;
 };
 
 class yc_Bayer8AcqImage final : public yc_CoreAcqImage {
 public:
-    yc_Bayer8AcqImage(const Bytes& raw, ycAcqImage::BayerPattern pattern)
-        : yc_CoreAcqImage(yeBayer8, raw, kOne, yip_convertBayer8ToGreyscale, yip_convertBayer8ToRGB, pattern)
-    {
-    }
+    yc_Bayer8AcqImage(const Bytes& raw, ycAcqImage::BayerPattern p) : yc_CoreAcqImage(yeBayer8, raw, p) {}
 };
-
 class yc_UYYVYYAcqImage final : public yc_CoreAcqImage {
 public:
-    explicit yc_UYYVYYAcqImage(const Bytes& raw)
-        : yc_CoreAcqImage(yeUYYVYY, raw, Scale{2, 3}, withoutExtra<yip_convertUYYVYYToGreyscale>,
-                          withoutExtra<yip_convertUYYVYYToRGB>, 0)
-    {
-    }
+    explicit yc_UYYVYYAcqImage(const Bytes& raw) : yc_CoreAcqImage(yeUYYVYY, raw) {}
 };
-
 class yc_UYVYAcqImage final : public yc_CoreAcqImage {
 public:
-    explicit yc_UYVYAcqImage(const Bytes& raw)
-        : yc_CoreAcqImage(yeUYVY, raw, kWord, withoutExtra<yip_convertUYVYToGreyscale>,
-                          withoutExtra<yip_convertUYVYToRGB>, 0)
-    {
-    }
+    explicit yc_UYVYAcqImage(const Bytes& raw) : yc_CoreAcqImage(yeUYVY, raw) {}
 };
-
 class yc_UYVAcqImage final : public yc_CoreAcqImage {
 public:
-    explicit yc_UYVAcqImage(const Bytes& raw)
-        : yc_CoreAcqImage(yeUYV, raw, Scale{1, 3}, withoutExtra<yip_convertUYVToGreyscale>,
-                          withoutExtra<yip_convertUYVToRGB>, 0)
-    {
-    }
+    explicit yc_UYVAcqImage(const Bytes& raw) : yc_CoreAcqImage(yeUYV, raw) {}
 };
-
 class yc_RGB24AcqImage final : public yc_CoreAcqImage {
 public:
-    explicit yc_RGB24AcqImage(const Bytes& raw)
-        : yc_CoreAcqImage(yeRGB24, raw, Scale{1, 3}, nullptr, yip_convertRGB24ToRGB, 0)
-    {
-    }
+    explicit yc_RGB24AcqImage(const Bytes& raw) : yc_CoreAcqImage(yeRGB24, raw, 0) {}
 };
-
 class yc_BGR24AcqImage final : public yc_CoreAcqImage {
 public:
-    explicit yc_BGR24AcqImage(const Bytes& raw)
-        : yc_CoreAcqImage(yeBGR24, raw, Scale{1, 3}, nullptr, yip_convertRGB24ToRGB, 1)
-    {
-    }
+    explicit yc_BGR24AcqImage(const Bytes& raw) : yc_CoreAcqImage(yeBGR24, raw, 1) {}
 };
 
 // The high byte of each 16-bit value, converted as an 8-bit mosaic.
