@@ -280,10 +280,10 @@ public:
     Grey16 grey16() const override
     {
         const auto read = bigEndian_ ? bigEndianWord : littleEndianWord;
-        return convertRows<unsigned short>(bytes(), kWord, [read](const unsigned char* s, unsigned short* d,
-                                                                 std::int32_t w) {
+        const auto row = [read](const unsigned char* s, unsigned short* d, std::int32_t w) {
             for (std::int32_t x = 0; x < w; ++x) d[x] = read(s + 2 * x);
-        });
+        };
+        return convertRows<unsigned short>(bytes(), kWord, row);
     }
 
 private:
@@ -323,8 +323,7 @@ public:
         checkPackedBytes(bytes());
         const unsigned char* base = bytes().root() ? bytes().root()->pels() : nullptr;
         const bool twelve = formatAcquired() == yeGrey12Packed;
-        return convertRows<unsigned short>(bytes(), kOne, [base, twelve](const unsigned char* s,
-                                                                         unsigned short* d, std::int32_t w) {
+        const auto row = [base, twelve](const unsigned char* s, unsigned short* d, std::int32_t w) {
             const std::int64_t first = s - base;
             for (std::int32_t x = 0; x < w; ++x) {
                 const std::int64_t i = first + x;
@@ -338,7 +337,8 @@ public:
                 }
                 d[x] = static_cast<unsigned short>(v);
             }
-        });
+        };
+        return convertRows<unsigned short>(bytes(), kOne, row);
     }
 };
 
@@ -356,15 +356,15 @@ public:
     explicit yc_RGB48AcqImage(const Bytes& raw) : yc_ByteAcqImage(yeRGB48, raw) {}
     Grey16 grey16() const override
     {
-        return convertRows<unsigned short>(bytes(), kScale, [](const unsigned char* s, unsigned short* d,
-                                                               std::int32_t w) {
+        const auto row = [](const unsigned char* s, unsigned short* d, std::int32_t w) {
             for (std::int32_t x = 0; x < w; ++x, s += 6) {
                 const double r = littleEndianWord(s), g = littleEndianWord(s + 2), b = littleEndianWord(s + 4);
                 // Left to right, without contraction: the truncation depends on it.
                 const double sum = 0.299 * r + 0.587 * g;
                 d[x] = static_cast<unsigned short>(yf_ToInt32Sat(sum + 0.114 * b));
             }
-        });
+        };
+        return convertRows<unsigned short>(bytes(), kScale, row);
     }
     yc3PlanePelBuffer planes() const override
     {
@@ -469,14 +469,10 @@ public:
 private:
     yc_Bayer8AcqImage mosaic() const
     {
-        return yc_Bayer8AcqImage(convertRows<unsigned char>(bytes(), kWord,
-                                                            [](const unsigned char* s, unsigned char* d,
-                                                               std::int32_t w) {
-                                                                for (std::int32_t x = 0; x < w; ++x) {
-                                                                    d[x] = s[2 * x + 1];
-                                                                }
-                                                            }),
-                                 pattern_);
+        const auto highBytes = [](const unsigned char* s, unsigned char* d, std::int32_t w) {
+            for (std::int32_t x = 0; x < w; ++x) d[x] = s[2 * x + 1];
+        };
+        return yc_Bayer8AcqImage(convertRows<unsigned char>(bytes(), kWord, highBytes), pattern_);
     }
 
     ycAcqImage::BayerPattern pattern_;
