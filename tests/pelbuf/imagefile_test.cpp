@@ -7,7 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <cstdint>
 #include <fstream>
 #include <functional>
@@ -89,6 +91,21 @@ TEST(ImageFile, EveryPelTypeRoundTripsThroughBothFormatsInMemoryAndOnDisk)
     EXPECT_EQ(yfWriteImageBytes(back, ycImageFileFormat::pnm), dataOf(std::string("P6\n1 1\n255\n\x01\x02\x03", 14)));
 }
 
+// The pels of any image as numbers: grey values, or packed RGB32 values.
+std::vector<std::uint32_t> valuesOf(const ycImageFile& image)
+{
+    std::vector<std::uint32_t> out;
+    std::visit(
+        [&](const auto& b) {
+            for (const auto& p : pelsOf(b)) {
+                if constexpr (std::is_same_v<std::decay_t<decltype(p)>, ycPackedRGB32Pel>) out.push_back(p.value());
+                else if constexpr (std::is_integral_v<std::decay_t<decltype(p)>>) out.push_back(p);
+            }
+        },
+        image);
+    return out;
+}
+
 TEST(ImageFile, PnmHeadersAndSamplesAsTheFormatAllows)
 {
     struct Row {
@@ -104,17 +121,7 @@ TEST(ImageFile, PnmHeadersAndSamplesAsTheFormatAllows)
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.bytes);
-        const ycImageFile image = yfReadImageBytes(dataOf(row.bytes));
-        std::vector<std::uint32_t> got;
-        std::visit(
-            [&](const auto& b) {
-                for (const auto& p : pelsOf(b)) {
-                    if constexpr (std::is_same_v<std::decay_t<decltype(p)>, ycPackedRGB32Pel>) got.push_back(p.value());
-                    else if constexpr (std::is_integral_v<std::decay_t<decltype(p)>>) got.push_back(p);
-                }
-            },
-            image);
-        EXPECT_EQ(got, row.values);
+        EXPECT_EQ(valuesOf(yfReadImageBytes(dataOf(row.bytes))), row.values);
     }
     EXPECT_TRUE(std::holds_alternative<ycPelBuffer<unsigned short>>(yfReadImageBytes(dataOf(rows[3].bytes))));
     EXPECT_TRUE(std::holds_alternative<ycPelBuffer<unsigned char>>(yfReadImageBytes(dataOf(rows[1].bytes))));
@@ -217,6 +224,74 @@ TEST(ImageFile, TypedReadsWidenGreyAndSwapColourForms)
     const auto split = yfReadImageBytesAs<yc3PlanePelBuffer>(ppm);
     EXPECT_EQ(pelsOf(split.plane1()), (std::vector<unsigned char>{2, 5}));
     EXPECT_EQ(yfWriteImageBytes(split, ycImageFileFormat::pnm), ppm);
+}
+
+// The build passes the path of the converter it makes beside this test.
+const std::string kConverter = TLVSTD_CONVERT_TOOL;
+
+TEST(ImageFile, ConverterTurnsRawDumpsIntoFilesAndRefusesBadInput)
+{
+    const std::string dir = testOutputDir();
+    const auto raw = [&](const std::string& name, const Data& bytes) {
+        const std::string path = dir + "/" + name;
+        std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()),
+                                                    static_cast<std::streamsize>(bytes.size()));
+        return path;
+    };
+    // Packed 12-bit, 3 by 2: the second row starts inside a group.
+    const std::string packed = raw("packed12.raw", {0x12, 0x34, 0x56, 0x12, 0x34, 0x56, 0xAB, 0xCD, 0xEF});
+    // BGR24, 2 by 2, rows 7 bytes apart.
+    const std::string bgr = raw("bgr24.raw", {30, 20, 10, 60, 50, 40, 0xFF, 3, 2, 1, 6, 5, 4});
+    struct Run {
+        std::string args;
+        bool grey16;
+        std::vector<std::uint32_t> values;
+    } runs[] = {
+        {packed + " Grey12Packed 3 2 " + dir + "/packed12.png", true, {0x124, 0x563, 0x124, 0x563, 0xABD, 0xEFC}},
+        {bgr + " 15 2 2 7 " + dir + "/bgr24.ppm", false, {0x0A141E, 0x28323C, 0x010203, 0x040506}},
+        {bgr + " grey8 3 2 7 " + dir + "/grey8.png", false, {30, 20, 10, 3, 2, 1}},
+    };
+    const std::string outPath = dir + "/convert.out", errPath = dir + "/convert.err";
+    const auto run = [&](const std::string& args) {
+        int status = std::system(("\"" + kConverter + "\" " + args + " >\"" + outPath + "\" 2>\"" + errPath + "\"").c_str());
+#ifndef _WIN32
+        status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+#endif
+        return status;
+    };
+    for (const Run& r : runs) {
+        SCOPED_TRACE(r.args);
+        ASSERT_EQ(run(r.args), 0) << fileBytes(errPath);
+        const ycImageFile image = yfReadImage(r.args.substr(r.args.rfind(' ') + 1));
+        EXPECT_EQ(std::holds_alternative<ycPelBuffer<unsigned short>>(image), r.grey16);
+        EXPECT_EQ(valuesOf(image), r.values);
+    }
+
+    const struct Refusal {
+        std::string args;
+        int status;
+        std::string says;
+    } refusals[] = {
+        {"", 2, "expected RAW"},
+        {bgr + " nope 2 2 x.png", 2, "no format 'nope'"},
+        {bgr + " 20 2 2 x.png", 2, "no format '20'"},
+        {bgr + " RGB24 0 2 x.png", 2, "WIDTH '0'"},
+        {bgr + " RGB24 2 2 5 x.png", 2, "ROWBYTES 5"},
+        {bgr + " RGB24 2 2 x.bmp", 2, "x.bmp"},
+        {bgr + " RGB24 3 2 " + dir + "/x.png", 1, "holds 13 bytes; the image needs 18"},
+        {dir + "/missing.raw RGB24 1 1 " + dir + "/x.png", 1, "cannot open"},
+        {bgr + " UYVY 3 2 " + dir + "/x.png", 1, "ycAcqImage::NotSupported"},
+    };
+    for (const Refusal& r : refusals) {
+        SCOPED_TRACE(r.args);
+        EXPECT_EQ(run(r.args), r.status);
+        const std::string err = fileBytes(errPath);
+        EXPECT_EQ(err.rfind("tlvstd-convert: ", 0), 0u) << err;
+        EXPECT_NE(err.find(r.says), std::string::npos) << err;
+        EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 1);
+    }
+    ASSERT_EQ(run("--help"), 0);
+    EXPECT_NE(fileBytes(outPath).find("19  Grey12Packed"), std::string::npos);
 }
 
 } // namespace
