@@ -81,7 +81,7 @@ need_fuzzer() {
   exit 1
 }
 
-base=(cmake ninja-build g++ make libhwy-dev)
+base=(cmake ninja-build g++ make libhwy-dev libspng-dev)
 
 # build PRESET [TARGET...]
 build() {

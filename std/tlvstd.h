@@ -35,6 +35,7 @@
 #include "std/math/xfpoly.h"
 #include "std/pelbuf/acqimage.h"
 #include "std/pelbuf/colorspace.h"
+#include "std/pelbuf/imagefile.h"
 #include "std/pelbuf/package.h"
 #include "std/pelbuf/pbuf_com.h"
 #include "std/pelbuf/pel3buf.h"
