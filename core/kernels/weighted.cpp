@@ -1,7 +1,59 @@
 // The weighted sum of the bytes of packed 32-bit pels, into 8 bits.
+//
+// The vector path keeps the reference's double arithmetic step for step:
+// products, then sums left to right, never fused, so it gives the same bits.
+#if YCORE_SIMD
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "core/kernels/weighted.cpp"
+#include "hwy/foreach_target.h"
+#include "hwy/highway.h"
+
+#include "core/kernels/weighted.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace ycore {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+void Weighted8Row(const std::uint8_t* s, std::uint8_t* d, std::size_t n, const ref::Weights& w)
+{
+    const hn::ScalableTag<double> t;
+    const hn::Rebind<std::int32_t, decltype(t)> t32;
+    const hn::Rebind<std::uint8_t, decltype(t)> t8;
+    const std::size_t N = hn::Lanes(t);
+    const auto cr = hn::Set(t, w.r), cg = hn::Set(t, w.g), cb = hn::Set(t, w.b), cx = hn::Set(t, w.x);
+    const auto half = hn::Set(t, 0.5), one = hn::Set(t, 1.0), top = hn::Set(t, 255.0);
+    const auto byte = hn::Set(t32, 0xFF);
+    const auto channel = [&](hn::Vec<decltype(t32)> p) { return hn::PromoteTo(t, hn::And(p, byte)); };
+    std::size_t i = 0;
+    for (; i + N <= n; i += N) {
+        const auto p = hn::LoadU(t32, reinterpret_cast<const std::int32_t*>(s + 4 * i));
+        auto v = hn::Mul(cr, channel(hn::ShiftRight<16>(p)));
+        v = hn::Add(v, hn::Mul(cg, channel(hn::ShiftRight<8>(p))));
+        v = hn::Add(v, hn::Mul(cb, channel(p)));
+        v = hn::Add(v, hn::Mul(cx, channel(hn::ShiftRight<24>(p))));
+        const auto r = hn::Add(v, half);
+        // Below 1 or NaN gives 0; between 1 and 255 truncation is the floor.
+        const auto clamped = hn::IfThenElseZero(hn::Ge(r, one), hn::Min(r, top));
+        hn::StoreU(hn::DemoteTo(t8, hn::DemoteTo(t32, clamped)), t8, d + i);
+    }
+    ref::Weighted8Row(s + 4 * i, d + i, n - i, w);
+}
+
+} // namespace HWY_NAMESPACE
+} // namespace ycore
+HWY_AFTER_NAMESPACE();
+#endif
+
+#if !YCORE_SIMD || HWY_ONCE
+#include "core/kernels/dispatch.h"
 #include "core/kernels/image.h"
 #include "core/kernels/weighted.h"
 #include "core/yconvert.h"
+
+namespace ycore {
+YCORE_EXPORT(Weighted8Row);
+}
 
 extern "C" int yip_pelAdd3Weighted8(const yimg_image* s, yimg_image* d, double cr, double cg, double cb, double c4)
 {
@@ -12,7 +64,8 @@ extern "C" int yip_pelAdd3Weighted8(const yimg_image* s, yimg_image* d, double c
     const ref::Weights w = {cr, cg, cb, c4};
     const Rows rows = rowsOf({s, d});
     for (std::int32_t y = 0; y < rows.count; ++y) {
-        ref::Weighted8Row(rowOf<const std::uint8_t>(s, y), rowOf<std::uint8_t>(d, y), rows.length, w);
+        YCORE_ROW(Weighted8Row)(rowOf<const std::uint8_t>(s, y), rowOf<std::uint8_t>(d, y), rows.length, w);
     }
     return YSTD_OK;
 }
+#endif
