@@ -5,6 +5,8 @@
 #include "core/yconvert.h"
 #include "std/pelbuf/pelcolor.h"
 
+#include "bench/collector.h"
+
 #include <benchmark/benchmark.h>
 
 #ifdef TLVSTD_BENCH_OPENCV
@@ -212,22 +214,6 @@ std::string label(const Case& c, Size s, const char* who)
 {
     return c.op + "/" + std::to_string(s.w) + "x" + std::to_string(s.h) + "/" + who;
 }
-
-class Collector : public benchmark::ConsoleReporter {
-public:
-    std::map<std::string, double> times;
-    void ReportRuns(const std::vector<Run>& runs) override
-    {
-        for (const Run& r : runs) {
-            if (r.run_type != Run::RT_Aggregate) {
-                times.try_emplace(r.run_name.str(), r.GetAdjustedRealTime());
-            } else if (r.aggregate_name == "median") {
-                times[r.run_name.str()] = r.GetAdjustedRealTime();
-            }
-        }
-        ConsoleReporter::ReportRuns(runs);
-    }
-};
 
 // The share of equal bytes of ours and OpenCV's results, on the small size.
 std::string agreement(const Case& c)
