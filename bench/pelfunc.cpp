@@ -10,6 +10,8 @@
 #include "std/pelbuf/pelcopy.h"
 #include "std/pelbuf/pelgeom.h"
 
+#include "bench/collector.h"
+
 #include <benchmark/benchmark.h>
 
 #ifdef TLVSTD_BENCH_OPENCV
@@ -213,24 +215,6 @@ std::vector<Case> casesOf()
 #undef CV
     return cs;
 }
-
-// Times of every run, by name, for the table.
-class Collector : public benchmark::ConsoleReporter {
-public:
-    std::map<std::string, double> times;
-    void ReportRuns(const std::vector<Run>& runs) override
-    {
-        // With repetitions, the table takes the medians.
-        for (const Run& r : runs) {
-            if (r.run_type != Run::RT_Aggregate) {
-                times.try_emplace(r.run_name.str(), r.GetAdjustedRealTime());
-            } else if (r.aggregate_name == "median") {
-                times[r.run_name.str()] = r.GetAdjustedRealTime();
-            }
-        }
-        ConsoleReporter::ReportRuns(runs);
-    }
-};
 
 void printTable(const std::vector<Case>& cases, const std::map<std::string, double>& t)
 {

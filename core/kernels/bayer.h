@@ -85,25 +85,30 @@ inline void bayerPixel(const BayerRows& m, std::size_t n, std::size_t x, BayerRo
     rgb[2] = row.red ? other : own;
 }
 
-inline void Bayer8ToRGBRow(const BayerRows& m, std::uint8_t* d, std::size_t n, BayerRow row)
+// Pixel x of a row into d, a row of packed pels or of grey.
+inline void Bayer8ToRGBPixel(const BayerRows& m, std::uint8_t* d, std::size_t n, std::size_t x, BayerRow row)
 {
-    for (std::size_t x = 0; x < n; ++x, d += 4) {
-        std::uint32_t rgb[3];
-        bayerPixel(m, n, x, row, rgb);
-        d[0] = static_cast<std::uint8_t>(rgb[2]);
-        d[1] = static_cast<std::uint8_t>(rgb[1]);
-        d[2] = static_cast<std::uint8_t>(rgb[0]);
-        d[3] = 0;
-    }
+    std::uint32_t rgb[3];
+    bayerPixel(m, n, x, row, rgb);
+    d[4 * x] = static_cast<std::uint8_t>(rgb[2]);
+    d[4 * x + 1] = static_cast<std::uint8_t>(rgb[1]);
+    d[4 * x + 2] = static_cast<std::uint8_t>(rgb[0]);
+    d[4 * x + 3] = 0;
+}
+inline void Bayer8ToGreyPixel(const BayerRows& m, std::uint8_t* d, std::size_t n, std::size_t x, BayerRow row)
+{
+    std::uint32_t rgb[3];
+    bayerPixel(m, n, x, row, rgb);
+    d[x] = bayerGrey(rgb[0], rgb[1], rgb[2]);
 }
 
+inline void Bayer8ToRGBRow(const BayerRows& m, std::uint8_t* d, std::size_t n, BayerRow row)
+{
+    for (std::size_t x = 0; x < n; ++x) Bayer8ToRGBPixel(m, d, n, x, row);
+}
 inline void Bayer8ToGreyRow(const BayerRows& m, std::uint8_t* d, std::size_t n, BayerRow row)
 {
-    for (std::size_t x = 0; x < n; ++x) {
-        std::uint32_t rgb[3];
-        bayerPixel(m, n, x, row, rgb);
-        d[x] = bayerGrey(rgb[0], rgb[1], rgb[2]);
-    }
+    for (std::size_t x = 0; x < n; ++x) Bayer8ToGreyPixel(m, d, n, x, row);
 }
 
 } // namespace ref

@@ -1,6 +1,8 @@
 // Packing and unpacking of colour pels.
 #include "std/pelbuf/pelcolor.h"
 
+#include "core/yconvert.h"
+
 #include <array>
 #include <cstdint>
 
@@ -64,31 +66,6 @@ private:
 
 // Products are tabled per channel: the same doubles the formula gives, added
 // in the same order.
-class WeightedKernel : public yc_Kernel_1s1d<ycPackedRGB32Pel, unsigned char> {
-public:
-    WeightedKernel(double cr, double cg, double cb, double c4)
-    {
-        const std::array<double, 4> c = {cr, cg, cb, c4};
-        for (std::size_t k = 0; k < 4; ++k) {
-            for (int v = 0; v < 256; ++v) table_[k][static_cast<std::size_t>(v)] = c[k] * v;
-        }
-    }
-    void process(const ycPackedRGB32Pel* s, unsigned char* d, std::int32_t n) override
-    {
-        for (std::int32_t i = 0; i < n; ++i) {
-            const double v =
-                table_[0][s[i].red] + table_[1][s[i].green] + table_[2][s[i].blue] + table_[3][s[i].fourth];
-            // floor(v + 0.5) clamped: below 1 (or NaN) it is at most 0, and
-            // between 1 and 255 truncation is the floor.
-            const double t = v + 0.5;
-            d[i] = !(t >= 1.0) ? 0 : t >= 255.0 ? 255 : static_cast<unsigned char>(t);
-        }
-    }
-
-private:
-    std::array<std::array<double, 256>, 4> table_{};
-};
-
 class ByteOf16Kernel : public yc_Kernel_1s1d<unsigned short, unsigned char> {
 public:
     explicit ByteOf16Kernel(int shift) : shift_(shift) {}
@@ -171,8 +148,9 @@ void yfRGBExtract(const ycPelBuffer_const<ycPackedRGB32Pel>& src, double cr, dou
                   ycPelBuffer<unsigned char>& dst)
 {
     Packed32_const s = src;
-    WeightedKernel kernel(cr, cg, cb, c4);
-    yf_PelApply_1s1d(s, dst, kernel);
+    yf_PelApplyCore_1s1d(s, dst, [=](const yimg_image* x, yimg_image* d) {
+        return yip_pelAdd3Weighted8(x, d, cr, cg, cb, c4);
+    });
 }
 
 ycPelBuffer<unsigned char> yf_extract8BitImage(const ycPelBuffer_const<unsigned short>& src, std::int32_t k)
