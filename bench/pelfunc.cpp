@@ -6,6 +6,7 @@
 // and OpenCV into a fresh cv::Mat.
 // After the runs a table of ratios is printed: below 1 means faster than the
 // reference.
+#include "core/ycore.h"
 #include "std/pelbuf/pelarith.h"
 #include "std/pelbuf/pelcopy.h"
 #include "std/pelbuf/pelgeom.h"
@@ -79,7 +80,7 @@ cv::Mat matOf(ycPelBuffer<T>& b)
 #endif
 
 // memcpy of `bytes` into scratch memory or, when `fresh`, into a block
-// allocated (and freed) each time.
+// allocated (and freed) each time as a new pel root's is.
 void copyBytes(benchmark::State& state, std::size_t bytes, bool fresh)
 {
     static std::vector<unsigned char> from, to;
@@ -89,9 +90,14 @@ void copyBytes(benchmark::State& state, std::size_t bytes, bool fresh)
     }
     for (auto _ : state) {
         if (fresh) {
-            std::unique_ptr<unsigned char[]> block(new unsigned char[bytes]);
-            std::memcpy(block.get(), from.data(), bytes);
-            benchmark::DoNotOptimize(block.get());
+            // From the allocator pel roots use, which has its own way with
+            // the pages of large blocks (the C library may hand the same
+            // pages back, or map new ones that fault on first touch).
+            void* block = nullptr;
+            ysys_memory_alloc64_internal(&block, bytes, 32, "bench", __LINE__);
+            std::memcpy(block, from.data(), bytes);
+            benchmark::DoNotOptimize(block);
+            ysys_memory_free_internal(block);
         } else {
             std::memcpy(to.data(), from.data(), bytes);
         }
