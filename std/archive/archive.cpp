@@ -197,6 +197,22 @@ std::int32_t ycArchive::storeObject(ycPersistent* object)
     return objects().storeObject(*object);
 }
 
+ycArchive::Tracer::~Tracer() = default;
+
+std::unique_ptr<ycPersistent> ycArchive::readTraced(Tracer& tracer)
+{
+    yc_ArchiveObjects& table = objects();
+    table.trace(&tracer);
+    try {
+        std::unique_ptr<ycPersistent> object = table.readRecord();
+        table.trace(nullptr);
+        return object;
+    } catch (...) {
+        table.trace(nullptr);
+        throw;
+    }
+}
+
 std::unique_ptr<ycPersistent> ycArchive::loadObject()
 {
     seekable(__LINE__);

@@ -193,6 +193,25 @@ public:
     void pointerObjectID(std::int32_t id);
     void removePointer();
 
+    // Inspection. A tracer is told of every object record and object
+    // reference a read meets, as it meets them, for tools that show an
+    // archive's structure; a read goes the same with or without one.
+    class TLVSTD_API Tracer {
+    public:
+        virtual ~Tracer();
+        // An object record's marker is at `at`; its id and type name were read.
+        virtual void recordBegins(pos at, std::int32_t id, const std::string& typeName) = 0;
+        // The record that began last ends before `end`; `object` is whole now
+        // and lives at least until the call returns.
+        virtual void recordEnds(pos end, const ycPersistent& object) = 0;
+        // A reference at `at` names no object (id 0) or one met before.
+        virtual void referenceMet(pos at, std::int32_t id) = 0;
+    };
+    // Reads the object record at the read position as ycPersistent::readObject
+    // does, telling `tracer` of it and of all it holds. The archive keeps no
+    // hold of the tracer after the call.
+    std::unique_ptr<ycPersistent> readTraced(Tracer& tracer);
+
     // An archive the caller associates with this one; not owned, not used here.
     ycArchive* secondary();
     void secondary(ycArchive* other);

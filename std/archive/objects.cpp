@@ -228,12 +228,15 @@ yc_ArchiveObjects::Head yc_ArchiveObjects::readHead()
 
 void yc_ArchiveObjects::readRecordInto(ycPersistent& object)
 {
+    const ycArchive::pos at = codec_.tell();
     Head head = readHead();
+    if (tracer_) tracer_->recordBegins(at, head.id, head.name);
     if (head.name != yc_TypeRegistry::instance().nameOf(typeid(object)))
         throw ycArchive::BadType(kSourceName, __LINE__);
     enter(&object, head.id);
     Reading reading(reading_, &object);
     object.serialize(ar_, true);
+    if (tracer_) tracer_->recordEnds(codec_.tell(), object);
 }
 
 bool yc_ArchiveObjects::isBeingRead(const ycPersistent* object) const
@@ -250,7 +253,9 @@ std::unique_ptr<ycPersistent> yc_ArchiveObjects::readRecord(std::int32_t expecte
 {
     // Records inside records recurse: a stream must not be able to exhaust the stack.
     if (reading_.size() >= kMaxDepth) throw ycArchive::BadContent(kSourceName, __LINE__);
+    const ycArchive::pos at = codec_.tell();
     Head head = readHead();
+    if (tracer_) tracer_->recordBegins(at, head.id, head.name);
     if (expectedId != 0 && head.id != expectedId) throw ycArchive::BadContent(kSourceName, __LINE__);
     ycFactory factory = yc_TypeRegistry::instance().factory(head.name);
     if (!factory) throw ycArchive::UnknownType(head.name.c_str(), kSourceName, __LINE__);
@@ -259,6 +264,7 @@ std::unique_ptr<ycPersistent> yc_ArchiveObjects::readRecord(std::int32_t expecte
     enter(object.get(), head.id);
     Reading reading(reading_, object.get());
     object->serialize(ar_, false);
+    if (tracer_) tracer_->recordEnds(codec_.tell(), *object);
     return object;
 }
 
@@ -276,7 +282,9 @@ std::unique_ptr<ycPersistent> yc_ArchiveObjects::loadIndexed(std::int32_t id)
 yc_ArchiveObjects::Reference yc_ArchiveObjects::readReference()
 {
     Reference ref;
+    const ycArchive::pos at = codec_.tell();
     ref.id = codec_.get<std::int32_t>();
+    if (tracer_ && ref.id != kNewTag) tracer_->referenceMet(at, ref.id);
     if (ref.id == kNullTag) return ref;
     if (ref.id == kNewTag) {
         ref.fresh = readRecord();

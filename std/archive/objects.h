@@ -89,6 +89,10 @@ public:
     Header peekHeader();
     std::string peekTypeName();
 
+    // The tracer told of records and references while one read lasts
+    // (ycArchive::readTraced), or null.
+    void trace(ycArchive::Tracer* tracer) { tracer_ = tracer; }
+
     // True while the record of `object` is being read: a counted reference to
     // it then is a cycle, and a share taken of it would end its life early.
     bool isBeingRead(const ycPersistent* object) const;
@@ -129,6 +133,7 @@ private:
     yc_ArchiveSeekable* seekable_;
     std::int32_t next_ = 1; // plain archives number records as they come
     std::vector<const ycPersistent*> reading_; // records being read inside one another
+    ycArchive::Tracer* tracer_ = nullptr;
     std::unordered_map<const ycPersistent*, std::int32_t> written_;
     std::unordered_map<std::int32_t, const ycPersistent*> writtenIds_;
     std::unordered_map<std::int32_t, ycPersistent*> loaded_;

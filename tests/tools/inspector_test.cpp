@@ -1,11 +1,17 @@
-// The archive inspector, run as a program on good and bad files.
+// The archive inspector run as a program on archives written here: plain and
+// seekable, both byte orders, good and bad.
 #include "../support/bytes.h"
 
 #include "std/archive/filearchive.h"
+#include "std/except/except.h"
+#include "std/math/xfcomp.h"
+#include "std/math/xfpersp.h"
+#include "std/pelbuf/pelbuf.h"
 #include "std/util/text.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 
@@ -18,57 +24,237 @@ namespace {
 // The build passes the path of the tool it makes beside this test.
 const std::string kInspector = TLVSTD_ARCHIVE_TOOL;
 
-TEST(Inspector, ListsAndShowsGoodArchivesRefusesBadOnesInOneLine)
+struct Ran {
+    int status;
+    std::string out, err;
+};
+
+Ran inspector(const std::string& args)
 {
     const std::string dir = testOutputDir();
-    const std::string good = dir + "/inspect-good.arc", plain = dir + "/inspect-plain.arc",
-                      text = dir + "/inspect-text.arc", cut = dir + "/inspect-cut.arc";
-    {
-        ycFileArchive out(yfWiden(good), ycArchive::storing, ycArchive::littleEndian, true);
-        out.writeNewMark(4);
-        ycAssertFailure failure(L"broken");
-        out.storeObject(&failure);
+    const std::string outPath = dir + "/inspector.out", errPath = dir + "/inspector.err";
+    int status = std::system(("\"" + kInspector + "\" " + args + " >\"" + outPath + "\" 2>\"" + errPath + "\"").c_str());
+#ifndef _WIN32
+    status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+#endif
+    return {status, fileBytes(outPath), fileBytes(errPath)};
+}
+
+// A sequence that holds one perspective transform twice (a new record, then
+// a reference back to it), a bare integer between records, an exception and
+// a 16-bit pel buffer, which holds its transform cache and its root. A
+// seekable archive also gets a mark first and, at the end, a pointer record
+// for the sequence stored again unchanged.
+std::string writeSample(const std::string& name, bool seekable, ycArchive::Ordering ordering)
+{
+    const std::string path = testOutputDir() + "/" + name;
+    ycFileArchive out(yfWiden(path), ycArchive::storing, ordering, seekable);
+    if (seekable) out.writeNewMark(7);
+    ycPtrHandle<yc2XformPerspective> keystone(new yc2XformPerspective(ycMatrix<3>(1, 0, 0, 0, 1, 0, 0.5, 0, 1)));
+    yc2XformComposed twice(*keystone, *keystone, false, false);
+    out << twice << std::int32_t{42};
+    out << ycAssertFailure(L"broken");
+    ycPelBuffer<unsigned short> image(3, 2);
+    for (std::int32_t i = 0; i < 6; ++i) image.put(i % 3, i / 3, static_cast<unsigned short>(1000 * i));
+    out << image;
+    if (seekable) out.storeObject(&twice);
+    return path;
+}
+
+// The plain listing in either byte order: records nest, the reference back
+// to the perspective member and the null inverse of the cache are listed,
+// and the integer between records is data.
+constexpr const char* kPlainItems = R"(object 1 yc2XformComposed at 2, 139 bytes
+  object 2 yc2XformPerspective at 36, 101 bytes
+  reference to object 2 at 137
+data at 141, 4 bytes
+object 3 ycAssertFailure at 145, 43 bytes
+object 4 ycPelBuffer<unsigned short> at 188, 239 bytes
+  object 5 yc2XformCache at 248, 112 bytes
+    object 6 yc2XformLinear at 274, 82 bytes
+    reference to no object at 356
+  object 7 ycPelRoot<unsigned short> at 364, 63 bytes
+)";
+
+// The seekable listing comes from the index: records are 8 bytes longer
+// (id and size), the reference inside the sequence is a pointer, and the
+// mark and the final pointer record are listed.
+constexpr const char* kSeekableItems = R"(mark 7 at 2
+object 1 yc2XformComposed at 10, 155 bytes
+  object 2 yc2XformPerspective at 52, 109 bytes
+  pointer to object 2 at 161
+object 3 ycAssertFailure at 169, 51 bytes
+object 4 ycPelBuffer<unsigned short> at 220, 271 bytes
+  object 5 yc2XformCache at 288, 128 bytes
+    object 6 yc2XformLinear at 322, 90 bytes
+  object 7 ycPelRoot<unsigned short> at 420, 71 bytes
+pointer to object 1 at 495
+)";
+
+TEST(Inspector, ListsEveryRecordInsideTheRecordThatHoldsIt)
+{
+    struct Row {
+        bool seekable;
+        ycArchive::Ordering ordering;
+        std::string expected;
+    } rows[] = {
+        {false, ycArchive::bigEndian, std::string("version 1, big-endian, not seekable, 427 bytes\n") + kPlainItems},
+        {false, ycArchive::littleEndian, std::string("version 1, little-endian, not seekable, 427 bytes\n") + kPlainItems},
+        {true, ycArchive::bigEndian, std::string("version 1, big-endian, seekable, 499 bytes\n") + kSeekableItems},
+        {true, ycArchive::littleEndian, std::string("version 1, little-endian, seekable, 499 bytes\n") + kSeekableItems},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.expected);
+        const Ran r = inspector("list " + writeSample("sample.arc", row.seekable, row.ordering));
+        EXPECT_EQ(r.status, 0);
+        EXPECT_EQ(r.out, row.expected);
+        EXPECT_EQ(r.err, "");
     }
-    { ycFileArchive out(yfWiden(plain), ycArchive::storing, ycArchive::bigEndian); }
+}
+
+TEST(Inspector, ListsAsJsonWithTheSameItems)
+{
+    const Ran r = inspector("--json list " + writeSample("sample.arc", false, ycArchive::littleEndian));
+    EXPECT_EQ(r.status, 0);
+    EXPECT_EQ(r.out, R"({
+  "archive": {
+    "version": 1,
+    "byteOrder": "little-endian",
+    "seekable": false,
+    "bytes": 427
+  },
+  "contents": [
+    {
+      "kind": "object",
+      "id": 1,
+      "type": "yc2XformComposed",
+      "position": 2,
+      "size": 139,
+      "contents": [
+        {
+          "kind": "object",
+          "id": 2,
+          "type": "yc2XformPerspective",
+          "position": 36,
+          "size": 101
+        },
+        {
+          "kind": "reference",
+          "position": 137,
+          "id": 2
+        }
+      ]
+    },
+    {
+      "kind": "data",
+      "position": 141,
+      "size": 4
+    },
+    {
+      "kind": "object",
+      "id": 3,
+      "type": "ycAssertFailure",
+      "position": 145,
+      "size": 43
+    },
+    {
+      "kind": "object",
+      "id": 4,
+      "type": "ycPelBuffer<unsigned short>",
+      "position": 188,
+      "size": 239,
+      "contents": [
+        {
+          "kind": "object",
+          "id": 5,
+          "type": "yc2XformCache",
+          "position": 248,
+          "size": 112,
+          "contents": [
+            {
+              "kind": "object",
+              "id": 6,
+              "type": "yc2XformLinear",
+              "position": 274,
+              "size": 82
+            },
+            {
+              "kind": "reference",
+              "position": 356,
+              "id": 0
+            }
+          ]
+        },
+        {
+          "kind": "object",
+          "id": 7,
+          "type": "ycPelRoot<unsigned short>",
+          "position": 364,
+          "size": 63
+        }
+      ]
+    }
+  ]
+}
+)");
+}
+
+// Failures: one line on stderr naming the tool and the file; a listing
+// keeps what it found before.
+TEST(Inspector, RefusesBadFilesAndCommandsInOneLine)
+{
+    const std::string dir = testOutputDir();
+    const std::string plain = writeSample("sample.arc", false, ycArchive::bigEndian);
+    const std::string seekable = writeSample("sample-seekable.arc", true, ycArchive::bigEndian);
+    const std::string text = dir + "/inspect-text.arc", cut = dir + "/inspect-cut.arc";
     std::ofstream(text) << "this is not an archive\n";
-    const std::string bytes = fileBytes(good);
-    std::ofstream(cut, std::ios::binary) << bytes.substr(0, bytes.size() - 3);
+    const std::string bytes = fileBytes(plain);
+    std::ofstream(cut, std::ios::binary) << bytes.substr(0, 300); // inside the cache's transform
 
     struct Row {
         std::string args;
         int status;
-        std::string out; // expected in stdout; for failures, in stderr
+        std::string out;   // stdout, whole
+        std::string error; // in stderr
     } rows[] = {
-        {"list " + good, 0,
-         "version 1, byte order 1 (little-endian), seekable\nmark 4 at 2\nobject 1: ycAssertFailure, "},
-        {"show " + good + " 1", 0, "object 1: ycAssertFailure\nexception ycAssertFailure: broken\n"},
-        {"list " + plain, 0, "version 1, byte order 0 (big-endian), not seekable\n"},
-        {"show " + good + " 2", 1, "ycArchive::NotFound"},
-        {"show " + plain + " 1", 1, "ycArchive::NotSeekable"},
-        {"list " + text, 1, "ycArchive::UnknownArchiveVersion"},
-        {"list " + cut, 1, "ycArchive::BadType"},
-        {"list " + dir + "/missing.arc", 1, "Could not open file: "},
-        {"show " + good + " one", 2, "usage:"},
-        {"list", 2, "usage:"},
+        {"--limit 3 list " + plain, 1,
+         "version 1, big-endian, not seekable, 427 bytes\nobject 1 yc2XformComposed at 2, 139 bytes\n"
+         "  object 2 yc2XformPerspective at 36, 101 bytes\n  reference to object 2 at 137\n",
+         "stopped at the limit of 3 records"},
+        {"list " + cut, 1,
+         "version 1, big-endian, not seekable, 300 bytes\n" + std::string(kPlainItems).substr(0, 184) +
+             "object 4 ycPelBuffer<unsigned short> at 188, unfinished\n"
+             "  object 5 yc2XformCache at 248, unfinished\n"
+             "    object 6 yc2XformLinear at 274, unfinished\n",
+         "ycArchive::Eof"},
+        {"show " + seekable + " 9", 1, "", "ycArchive::NotFound"},
+        {"show " + plain + " 9", 1, "", "no record has id 9"},
+        {"list " + text, 1, "", "ycArchive::UnknownArchiveVersion"},
+        {"list " + dir + "/missing.arc", 1, "", "Could not open file: "},
+        {"show " + plain + " one", 2, "", "usage:"},
+        {"list " + plain + " --png x.png", 2, "", "usage:"},
+        {"--limit list " + plain, 2, "", "usage:"},
+        {"list", 2, "", "usage:"},
     };
-    const std::string outPath = dir + "/inspector.out", errPath = dir + "/inspector.err";
     for (const Row& row : rows) {
-        int status = std::system(("\"" + kInspector + "\" " + row.args + " >\"" + outPath + "\" 2>\"" +
-                                  errPath + "\"").c_str());
-#ifndef _WIN32
-        status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-#endif
-        const std::string out = fileBytes(outPath), err = fileBytes(errPath);
-        SCOPED_TRACE(row.args + "\n" + out + err);
-        EXPECT_EQ(status, row.status);
-        EXPECT_NE((status == 0 ? out : err).find(row.out), std::string::npos);
-        if (status == 0) {
-            EXPECT_EQ(err, "");
-        } else if (status == 1) { // one line, named after the tool
-            EXPECT_EQ(err.rfind("tlvstd-archive: ", 0), 0u);
-            EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 1);
+        const Ran r = inspector(row.args);
+        SCOPED_TRACE(row.args + "\n" + r.out + r.err);
+        EXPECT_EQ(r.status, row.status);
+        EXPECT_EQ(r.out, row.out);
+        EXPECT_NE(r.err.find(row.error), std::string::npos);
+        if (row.status == 1) {
+            EXPECT_EQ(r.err.rfind("tlvstd-archive: ", 0), 0u);
+            EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1);
         }
     }
+}
+
+TEST(Inspector, HelpSaysWhatTheCommandsDo)
+{
+    const Ran r = inspector("--help");
+    EXPECT_EQ(r.status, 0);
+    for (const char* word : {"list FILE", "show FILE ID", "--json", "--limit N", "--png OUT", "Exit status"})
+        EXPECT_NE(r.out.find(word), std::string::npos) << word;
 }
 
 } // namespace

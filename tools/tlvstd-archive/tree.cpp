@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cmath>
 #include <ostream>
+#include <sstream>
 
 Node& Node::add(std::string name, Node value)
 {
@@ -208,6 +209,14 @@ void writeJsonAt(std::ostream& os, const Node& node, int indent)
 }
 
 } // namespace
+
+std::string Node::scalarText() const
+{
+    if (!isInline() || isList()) return {};
+    std::ostringstream os;
+    writeInline(os, *this, false);
+    return os.str();
+}
 
 void writeText(std::ostream& os, const Node& object, int indent)
 {

@@ -67,6 +67,8 @@ public:
         return value_;
     }
 
+    // A scalar as the text form writes it; empty for lists and objects.
+    std::string scalarText() const;
     // True for scalars and lists whose items are all inline.
     bool isInline() const;
 
