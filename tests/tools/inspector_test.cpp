@@ -29,10 +29,15 @@ struct Ran {
     std::string out, err;
 };
 
+// A path of this test's own: ctest runs the tests side by side.
+std::string testPath(const std::string& name)
+{
+    return testOutputDir() + "/" + testing::UnitTest::GetInstance()->current_test_info()->name() + "-" + name;
+}
+
 Ran inspector(const std::string& args)
 {
-    const std::string dir = testOutputDir();
-    const std::string outPath = dir + "/inspector.out", errPath = dir + "/inspector.err";
+    const std::string outPath = testPath("inspector.out"), errPath = testPath("inspector.err");
     int status = std::system(("\"" + kInspector + "\" " + args + " >\"" + outPath + "\" 2>\"" + errPath + "\"").c_str());
 #ifndef _WIN32
     status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
@@ -47,7 +52,7 @@ Ran inspector(const std::string& args)
 // for the sequence stored again unchanged.
 std::string writeSample(const std::string& name, bool seekable, ycArchive::Ordering ordering)
 {
-    const std::string path = testOutputDir() + "/" + name;
+    const std::string path = testPath(name);
     ycFileArchive out(yfWiden(path), ycArchive::storing, ordering, seekable);
     if (seekable) out.writeNewMark(7);
     ycPtrHandle<yc2XformPerspective> keystone(new yc2XformPerspective(ycMatrix<3>(1, 0, 0, 0, 1, 0, 0.5, 0, 1)));
@@ -203,10 +208,9 @@ TEST(Inspector, ListsAsJsonWithTheSameItems)
 // keeps what it found before.
 TEST(Inspector, RefusesBadFilesAndCommandsInOneLine)
 {
-    const std::string dir = testOutputDir();
     const std::string plain = writeSample("sample.arc", false, ycArchive::bigEndian);
     const std::string seekable = writeSample("sample-seekable.arc", true, ycArchive::bigEndian);
-    const std::string text = dir + "/inspect-text.arc", cut = dir + "/inspect-cut.arc";
+    const std::string text = testPath("text.arc"), cut = testPath("cut.arc");
     std::ofstream(text) << "this is not an archive\n";
     const std::string bytes = fileBytes(plain);
     std::ofstream(cut, std::ios::binary) << bytes.substr(0, 300); // inside the cache's transform
@@ -230,7 +234,7 @@ TEST(Inspector, RefusesBadFilesAndCommandsInOneLine)
         {"show " + seekable + " 9", 1, "", "ycArchive::NotFound"},
         {"show " + plain + " 9", 1, "", "no record has id 9"},
         {"list " + text, 1, "", "ycArchive::UnknownArchiveVersion"},
-        {"list " + dir + "/missing.arc", 1, "", "Could not open file: "},
+        {"list " + testPath("missing.arc"), 1, "", "Could not open file: "},
         {"show " + plain + " one", 2, "", "usage:"},
         {"list " + plain + " --png x.png", 2, "", "usage:"},
         {"--limit list " + plain, 2, "", "usage:"},
