@@ -51,6 +51,8 @@ public:
     // The inverse set explicitly, with the same two forms.
     void xformInverse(const yc2XformBase& x);
     void xformInverse(const ycPtrHandle_const<yc2XformBase>& h, bool copy);
+    // True when the inverse is at hand: computed already, set, or loaded.
+    bool hasInverse() const { return inverseReady_.load(std::memory_order_acquire); }
 
     bool isLinear() const { return linear_; }
     const yc2XformLinear& linearXform() const;
