@@ -6,6 +6,7 @@
 #include "std/except/except.h"
 #include "std/math/xfcomp.h"
 #include "std/math/xfpersp.h"
+#include "std/pelbuf/imagefile.h"
 #include "std/pelbuf/pelbuf.h"
 #include "std/util/text.h"
 
@@ -13,6 +14,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 
 #ifndef _WIN32
@@ -204,6 +206,87 @@ TEST(Inspector, ListsAsJsonWithTheSameItems)
 )");
 }
 
+// The state shown is the same from either kind of archive; only the
+// record's place differs.
+constexpr const char* kBufferState = R"(  class: ycPelBuffer<unsigned short>
+  pelType: unsigned short
+  bound: true
+  size: [3, 2]
+  windowRoot: [0, 0, 3, 2]
+  offset: [0, 0]
+  rowUpdate: 16
+  clientFromImage:
+    class: yc2XformLinear
+    isLinear: true
+    matrix: [[1, 0], [0, 1]]
+    vector: [0, 0]
+  root:
+    class: ycPelRoot<unsigned short>
+    pelType: unsigned short
+    width: 3
+    height: 2
+    rowUpdate: 16
+    alignModulus: 32
+  stats:
+    min: 0
+    max: 5000
+    mean: 2500
+)";
+
+TEST(Inspector, ShowsTheLoadedStateAndWritesPels)
+{
+    struct Row {
+        bool seekable;
+        ycArchive::Ordering ordering;
+        std::string id, expected;
+    } rows[] = {
+        {false, ycArchive::bigEndian, "4", std::string("object 4 ycPelBuffer<unsigned short> at 188, 239 bytes\n") + kBufferState},
+        {true, ycArchive::littleEndian, "4", std::string("object 4 ycPelBuffer<unsigned short> at 220, 271 bytes\n") + kBufferState},
+        // A record inside another, and one that a reference names twice.
+        {false, ycArchive::littleEndian, "2", "object 2 yc2XformPerspective at 36, 101 bytes\n"
+                                              "  class: yc2XformPerspective\n  isLinear: false\n"
+                                              "  matrix: [[1, 0, 0], [0, 1, 0], [0.5, 0, 1]]\n"},
+        {true, ycArchive::bigEndian, "3", "object 3 ycAssertFailure at 169, 51 bytes\n  class: ycAssertFailure\n"
+                                          "  errorNumber: 268435459\n  message: ycAssertFailure: broken\n  info: broken\n"},
+    };
+    for (const Row& row : rows) {
+        const std::string png = testPath("shown.png");
+        std::filesystem::remove(png);
+        const Ran r = inspector("show " + writeSample("sample.arc", row.seekable, row.ordering) + " " + row.id +
+                                (row.id == "4" ? " --png " + png : ""));
+        SCOPED_TRACE(row.expected + r.err);
+        EXPECT_EQ(r.status, 0);
+        EXPECT_EQ(r.out, row.expected);
+        if (row.id != "4") continue;
+        const auto pels = yfReadImageAs<ycPelBuffer<unsigned short>>(png);
+        ASSERT_EQ(pels.size(), ycPair<std::int32_t>(3, 2));
+        for (std::int32_t i = 0; i < 6; ++i) EXPECT_EQ(pels.get(i % 3, i / 3), 1000 * i);
+    }
+    const Ran json = inspector("--json show " + writeSample("sample.arc", false, ycArchive::bigEndian) + " 3");
+    EXPECT_EQ(json.out, R"({
+  "archive": {
+    "version": 1,
+    "byteOrder": "big-endian",
+    "seekable": false,
+    "bytes": 427
+  },
+  "object": {
+    "kind": "object",
+    "id": 3,
+    "type": "ycAssertFailure",
+    "position": 145,
+    "size": 43,
+    "state": {
+      "class": "ycAssertFailure",
+      "errorNumber": 268435459,
+      "message": "ycAssertFailure: broken",
+      "info": "broken"
+    }
+  }
+}
+)");
+}
+
 // Failures: one line on stderr naming the tool and the file; a listing
 // keeps what it found before.
 TEST(Inspector, RefusesBadFilesAndCommandsInOneLine)
@@ -231,6 +314,8 @@ TEST(Inspector, RefusesBadFilesAndCommandsInOneLine)
              "  object 5 yc2XformCache at 248, unfinished\n"
              "    object 6 yc2XformLinear at 274, unfinished\n",
          "ycArchive::Eof"},
+        {"--limit 5 show " + plain + " 1", 1, "", "stopped at the limit of 5 fields"},
+        {"show " + plain + " 1 --png " + testPath("no.png"), 1, "", "object 1: yc2XformComposed is not an image"},
         {"show " + seekable + " 9", 1, "", "ycArchive::NotFound"},
         {"show " + plain + " 9", 1, "", "no record has id 9"},
         {"list " + text, 1, "", "ycArchive::UnknownArchiveVersion"},

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <exception>
 #include <memory>
+#include <stdexcept>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -244,7 +245,13 @@ struct Examine {
     Node operator()(Node shown, const ycPersistent& object) const
     {
         shown.add("state", describe(object, fields));
-        if (png) writePng(object, *png);
+        if (png) {
+            try {
+                writePng(object, *png);
+            } catch (const std::invalid_argument& refused) {
+                throw std::invalid_argument("object " + shown.find("id")->scalarText() + ": " + refused.what());
+            }
+        }
         return shown;
     }
 };
