@@ -1,6 +1,7 @@
 // The archive inspector run as a program on archives written here: plain and
 // seekable, both byte orders, good and bad.
 #include "../support/bytes.h"
+#include "../support/gear.h"
 
 #include "std/archive/filearchive.h"
 #include "std/except/except.h"
@@ -285,6 +286,39 @@ TEST(Inspector, ShowsTheLoadedStateAndWritesPels)
   }
 }
 )");
+}
+
+// Gears are this test's own class, which the tool does not know: gear b holds
+// a new record of gear a, gear c refers back to a, and a pel buffer follows.
+TEST(Inspector, GoesOnPastRecordsOfClassesItDoesNotKnow)
+{
+    const std::string path = testPath("gears.arc");
+    {
+        ycFileArchive out(yfWiden(path), ycArchive::storing, ycArchive::littleEndian);
+        Gear a("a", 1), b("b", 2, &a), c("c", 3, &a);
+        ycPelBuffer<unsigned char> pels(2, 1);
+        pels.put(0, 0, 5);
+        pels.put(1, 0, 7);
+        out << b << c << pels;
+    }
+    Ran r = inspector("list " + path);
+    EXPECT_EQ(r.status, 0);
+    EXPECT_EQ(r.out, R"(version 1, little-endian, not seekable, 325 bytes
+object 1 Gear at 2, class not known here
+object 2 Gear at 30, class not known here
+object 3 Gear at 66, class not known here
+object 4 ycPelBuffer<unsigned char> at 98, 227 bytes
+  object 5 yc2XformCache at 157, 112 bytes
+    object 6 yc2XformLinear at 183, 82 bytes
+    reference to no object at 265
+  object 7 ycPelRoot<unsigned char> at 273, 52 bytes
+)");
+    r = inspector("show " + path + " 1");
+    EXPECT_EQ(r.status, 1);
+    EXPECT_NE(r.err.find("ycArchive::UnknownType: Gear"), std::string::npos) << r.err;
+    r = inspector("show " + path + " 7");
+    EXPECT_EQ(r.status, 0);
+    EXPECT_EQ(r.out.substr(0, r.out.find('\n')), "object 7 ycPelRoot<unsigned char> at 273, 52 bytes");
 }
 
 // Failures: one line on stderr naming the tool and the file; a listing

@@ -4,6 +4,7 @@
 
 #include "std/archive/objects.h"
 #include "std/except/except.h"
+#include "std/except/registry.h"
 #include "std/util/text.h"
 
 #include <algorithm>
@@ -127,7 +128,7 @@ public:
     void recordBegins(ycArchive::pos at, std::int32_t id, const std::string& type) override
     {
         records_.spend();
-        open_.push_back({at, id, type, Node::list()});
+        open_.push_back({at, id, type, yc_TypeRegistry::instance().factory(type) != nullptr, Node::list()});
     }
     void recordEnds(ycArchive::pos end, const ycPersistent& object) override
     {
@@ -145,20 +146,27 @@ public:
     }
 
     // A read that failed: the records still open go in without a size.
-    void abandon()
+    // Returns the place and id of the innermost, where the read failed.
+    std::pair<ycArchive::pos, std::int32_t> abandon()
     {
+        std::pair<ycArchive::pos, std::int32_t> innermost{-1, 0};
+        if (!open_.empty()) innermost = {open_.back().position, open_.back().id};
         while (!open_.empty()) {
             Open done = std::move(open_.back());
             open_.pop_back();
             close(std::move(done), std::nullopt);
         }
+        return innermost;
     }
+    // Whether the walk goes on past the record `id` of a class not known here.
+    virtual bool skips(std::int32_t) const { return true; }
 
 protected:
     struct Open {
         ycArchive::pos position;
         std::int32_t id;
         std::string type;
+        bool known; // registered here
         Node contents;
     };
     virtual void ended(const Open&, ycArchive::pos, const ycPersistent&) {}
@@ -168,6 +176,7 @@ private:
     void close(Open done, std::optional<std::int64_t> size)
     {
         Node node = objectItem(done.id, done.type, done.position, size);
+        if (!done.known) node.add("unknownClass", true);
         if (!done.contents.items().empty()) node.add("contents", std::move(done.contents));
         into().push(std::move(node));
     }
@@ -230,11 +239,17 @@ void walkPlain(ycArchive& ar, Walker& walker, Node& contents, Budget& records, S
         ar.seek(at);
         try {
             loaded.push_back(ar.readTraced(walker));
+            at = ar.tell();
+        } catch (const ycArchive::UnknownType&) {
+            // Only its loader knows where such a record ends: go on at the
+            // next record marker, which keeps the ids in stream order.
+            auto [failed, id] = walker.abandon();
+            if (failed < 0 || !walker.skips(id)) throw;
+            at = nextRecord(ar, failed + 4, size);
         } catch (...) {
             walker.abandon();
             throw;
         }
-        at = ar.tell();
     }
 }
 
@@ -266,6 +281,7 @@ public:
     std::optional<Node> found;
 
 private:
+    bool skips(std::int32_t id) const override { return id != id_; }
     void ended(const Open& record, ycArchive::pos end, const ycPersistent& object) override
     {
         if (record.id != id_ || found) return;
@@ -285,7 +301,7 @@ std::string itemLine(const Node& node)
     if (kind == "data") return "data" + at + bytes;
     if (kind == "object")
         return "object " + node.find("id")->scalarText() + " " + node.find("type")->scalarText() + at +
-               (size && size->isNull() ? ", unfinished" : bytes);
+               (node.find("unknownClass") ? ", class not known here" : size && size->isNull() ? ", unfinished" : bytes);
     const std::string id = node.find("id")->scalarText();
     return kind + (id == "0" ? " to no object" : " to object " + id) + at;
 }

@@ -9,14 +9,19 @@
 // contents. Bytes that do not start a record are "data" up to the next
 // record marker; so a marker that happens to lie in such data is taken for a
 // record (which then fails to read, and the walk stops there). What was
-// listed before a failure is kept.
+// listed before a failure is kept. A record of a class this program does not
+// register (an application's own) cannot be read, so nothing tells where it
+// ends: it is listed with "unknownClass", the records around it unfinished,
+// and the walk goes on at the next record marker, so the records it holds
+// are listed after it rather than inside it.
 //
 // Items, as nodes (tree.h):
 //   {"kind": "mark", "number", "position"}
-//   {"kind": "object", "id", "type", "position", "size", "contents"?}
+//   {"kind": "object", "id", "type", "position", "size", "unknownClass"?,
+//    "contents"?}
 //      position: the record's marker; size: the record's bytes, marker to
-//      end (null for a record whose reading failed); contents: the items
-//      inside, when there are any
+//      end (null for a record whose reading failed); unknownClass: true for
+//      a class not registered here; contents: the items inside, if any
 //   {"kind": "pointer", "position", "id"}       seekable: a pointer record, or
 //      a reference inside a record, to the object with that id
 //   {"kind": "reference", "position", "id"}     plain: a reference inside a
