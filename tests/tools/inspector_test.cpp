@@ -16,6 +16,8 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <memory>
+#include <vector>
 #include <fstream>
 
 #ifndef _WIN32
@@ -319,6 +321,22 @@ object 4 ycPelBuffer<unsigned char> at 98, 227 bytes
     r = inspector("show " + path + " 7");
     EXPECT_EQ(r.status, 0);
     EXPECT_EQ(r.out.substr(0, r.out.find('\n')), "object 7 ycPelRoot<unsigned char> at 273, 52 bytes");
+}
+
+// An index may claim records nested deeper than any reader takes them.
+TEST(Inspector, StopsAtTheNestingReadersAllow)
+{
+    const std::string path = testPath("chain.arc");
+    {
+        ycFileArchive out(yfWiden(path), ycArchive::storing, ycArchive::littleEndian, true);
+        std::vector<std::unique_ptr<Gear>> chain;
+        for (int i = 0; i < 1002; ++i)
+            chain.push_back(std::make_unique<Gear>("g", i, chain.empty() ? nullptr : chain.back().get()));
+        out << *chain.back();
+    }
+    const Ran r = inspector("list " + path);
+    EXPECT_EQ(r.status, 1);
+    EXPECT_NE(r.err.find("stopped at the limit of 1000 nested records"), std::string::npos) << r.err;
 }
 
 // Failures: one line on stderr naming the tool and the file; a listing

@@ -103,14 +103,19 @@ std::vector<Placed> indexItems(ycArchive& ar, Budget& records)
 }
 
 // Appends placed[i..] that lie before `end` to `contents`, each with the
-// items inside it; returns the first index not taken.
-std::size_t nest(std::vector<Placed>& placed, std::size_t i, ycArchive::pos end, Node& contents)
+// items inside it; returns the first index not taken. An index can claim
+// extents nested any depth, but no reader takes records nested deeper than
+// the archive does, so neither does the listing (nor its stack).
+std::size_t nest(std::vector<Placed>& placed, std::size_t i, ycArchive::pos end, Node& contents, int depth = 0)
 {
+    constexpr int kMaxNesting = 1000;
     while (i < placed.size() && placed[i].position < end) {
         Placed& p = placed[i++];
         if (p.end > p.position) {
+            if (depth == kMaxNesting)
+                throw LimitReached("stopped at the limit of " + std::to_string(kMaxNesting) + " nested records");
             Node inner = Node::list();
-            i = nest(placed, i, p.end, inner);
+            i = nest(placed, i, p.end, inner, depth + 1);
             if (!inner.items().empty()) p.node.add("contents", std::move(inner));
         }
         contents.push(std::move(p.node));
