@@ -12,8 +12,9 @@
 #include <cstring>
 #include <exception>
 #include <memory>
-#include <stdexcept>
+#include <optional>
 #include <ostream>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
