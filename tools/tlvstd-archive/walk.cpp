@@ -164,6 +164,8 @@ public:
         }
         return innermost;
     }
+    // An item of the top level, between records.
+    void addTop(Node node) { top_.push(std::move(node)); }
     // Whether the walk goes on past the record `id` of a class not known here.
     virtual bool skips(std::int32_t) const { return true; }
 
@@ -227,7 +229,7 @@ ycArchive::pos nextRecord(ycArchive& ar, ycArchive::pos from, std::int64_t size)
 // Walks a plain archive's top level with `walker`; `stop` is asked after
 // each record whether to go on.
 template <class Stop>
-void walkPlain(ycArchive& ar, Walker& walker, Node& contents, Budget& records, Stop&& stop)
+void walkPlain(ycArchive& ar, Walker& walker, Budget& records, Stop&& stop)
 {
     const std::int64_t size = streamSize(ar);
     std::vector<std::unique_ptr<ycPersistent>> loaded; // later references may name them
@@ -238,7 +240,7 @@ void walkPlain(ycArchive& ar, Walker& walker, Node& contents, Budget& records, S
             const ycArchive::pos next = nextRecord(ar, at + 1, size);
             Node node = item("data", at);
             node.add("size", next - at);
-            contents.push(std::move(node));
+            walker.addTop(std::move(node));
             at = next;
             continue;
         }
@@ -340,7 +342,7 @@ void listContents(ycArchive& ar, Node& contents, Budget& records)
         return;
     }
     Walker walker(contents, records);
-    walkPlain(ar, walker, contents, records, [] { return false; });
+    walkPlain(ar, walker, records, [] { return false; });
 }
 
 Node showObject(ycArchive& ar, std::int32_t id, Budget& records, Budget& fields,
@@ -356,7 +358,7 @@ Node showObject(ycArchive& ar, std::int32_t id, Budget& records, Budget& fields,
     }
     Node walked = Node::list();
     Finder finder(walked, records, id, examine);
-    walkPlain(ar, finder, walked, records, [&] { return finder.found.has_value(); });
+    walkPlain(ar, finder, records, [&] { return finder.found.has_value(); });
     if (!finder.found) throw ycArchive::NotFound(("no record has id " + std::to_string(id)).c_str(), 0);
     return std::move(*finder.found);
 }
